@@ -1,0 +1,18 @@
+# How every target of the project is compiled and linked.
+
+add_library(zelcommon_options INTERFACE)
+target_compile_features(zelcommon_options INTERFACE cxx_std_17)
+target_compile_options(zelcommon_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-align
+  $<$<BOOL:${ZELCOMMON_WERROR}>:-Werror>
+  # Says only that older compilers passed some arguments differently on ARM.
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-psabi>
+  # Binaries name files relative to the project: the same bytes whatever folder they are built in.
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+target_link_libraries(zelcommon_options INTERFACE Threads::Threads)
+
+if(ZELCOMMON_SANITIZE)
+  target_compile_options(zelcommon_options INTERFACE
+    -fsanitize=${ZELCOMMON_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(zelcommon_options INTERFACE -fsanitize=${ZELCOMMON_SANITIZE})
+endif()

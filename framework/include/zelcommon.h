@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Everything that the library offers, in one include.
+
+#ifndef ZELCOMMON_ZELCOMMON_H
+#define ZELCOMMON_ZELCOMMON_H
+
+#include <common/error/Error.h>
+#include <common/error/ErrorObject.h>
+#include <common/error/ErrorStorage.h>
+#include <common/error/ErrorStorages.h>
+#include <common/error/ErrorType.h>
+#include <common/error/GlobalErrorHandler.h>
+#include <threadsafe/TlsImpl-posix.h>
+#include <zel/Tls.h>
+#include <zel/attributes.h>
+#include <zel/report.h>
+#include <zelbase/abort.h>
+
+#endif // ZELCOMMON_ZELCOMMON_H

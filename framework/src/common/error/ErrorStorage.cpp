@@ -1,0 +1,322 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <common/error/ErrorStorage.h>
+
+#include <atomic>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+#include <pthread.h>
+
+#include <threadsafe/TlsImpl-posix.h>
+
+#include "../../zelbase/processId-posix.h"
+#include "ErrorStorageEntry.h"
+#include "ErrorStorageFallback.h"
+#include "ErrorText.h"
+#include "Site.h"
+
+namespace std {
+
+namespace {
+
+constexpr const char* FILE_NAME = "framework/src/common/error/ErrorStorage";
+constexpr errorcore::Site DESTRUCTOR_SITE{FILE_NAME, 165, "~ErrorStorage"};
+constexpr errorcore::Site OVERWRITE_SITE{FILE_NAME, 258, "add"};
+
+/// False before the slot is built and after it is gone, when an initialiser or an exit handler of
+/// another library may still record errors: no thread has a storage of its own then.
+std::atomic<bool> s_slotUsable{false};
+
+/// Binds the storages to their threads.
+struct ThreadSlot
+{
+    ThreadSlot() { s_slotUsable.store(true, memory_order_relaxed); }
+    ~ThreadSlot() { s_slotUsable.store(false, memory_order_relaxed); }
+    ThreadSlot(const ThreadSlot&) = delete;
+    ThreadSlot& operator=(const ThreadSlot&) = delete;
+
+    threadsafe::TlsImpl tls;
+};
+
+/// The earliest that a program may ask for, so that in a statically linked program too the slot is
+/// there before the program's own objects and gone after them.
+constexpr int INIT_PRIORITY = 101;
+ThreadSlot s_slot __attribute__((init_priority(INIT_PRIORITY)));
+
+/// Sets a flag for as long as a report runs, however it ends.
+class Reporting
+{
+public:
+    explicit Reporting(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~Reporting() { m_flag = false; }
+    Reporting(const Reporting&) = delete;
+    Reporting& operator=(const Reporting&) = delete;
+
+private:
+    bool& m_flag;
+};
+
+} // namespace
+
+ErrorStorage::ErrorStorage(Action action)
+    : m_current(nullptr),
+      m_previous(active()),
+      m_count(0),
+      m_errors(),
+      m_action(action),
+      m_acknowledged(true),
+      m_reporting(false),
+      m_data(nullptr)
+{
+    activate(this);
+}
+
+ErrorStorage::~ErrorStorage()
+{
+    errorcore::assertAt(DESTRUCTOR_SITE, active() == this, "tls.get()==this");
+    if (active() == this || leaveChain())
+        activate(m_previous);
+}
+
+char* ErrorStorage::add(bool raise, const ErrorType& type, int id, const char* file, int line,
+                        const char* reason, bool& noStorage)
+{
+    return record({raise, &type, id, file, line, reason, {}}, noStorage);
+}
+
+bool ErrorStorage::isError(bool unacknowledgedOnly)
+{
+    const ErrorStorage* const storage = active();
+    if (storage == nullptr || storage->m_current == nullptr)
+        return false;
+    return !unacknowledgedOnly || !storage->m_acknowledged;
+}
+
+void ErrorStorage::ack()
+{
+    if (ErrorStorage* const storage = active())
+        storage->m_acknowledged = true;
+}
+
+void ErrorStorage::clear()
+{
+    m_current = nullptr;
+    m_count = 0;
+    m_acknowledged = false;
+}
+
+ErrorObject* ErrorStorage::get()
+{
+    static ErrorObject s_empty;
+    ErrorObject* const error = current();
+    return error != nullptr ? error : &s_empty;
+}
+
+const char* ErrorStorage::reason()
+{
+    const ErrorObject* const error = current();
+    return error != nullptr ? error->m_reason : "";
+}
+
+const char* ErrorStorage::file()
+{
+    const ErrorObject* const error = current();
+    return error != nullptr ? error->m_file : "";
+}
+
+int ErrorStorage::line()
+{
+    const ErrorObject* const error = current();
+    return error != nullptr ? error->m_line : 0;
+}
+
+int ErrorStorage::id()
+{
+    const ErrorObject* const error = current();
+    return error != nullptr ? error->m_id : 0;
+}
+
+bool ErrorStorage::equals(ErrorType& type)
+{
+    const ErrorObject* const error = current();
+    return error != nullptr && error->equals(type);
+}
+
+bool ErrorStorage::isA(const ErrorType& type)
+{
+    const ErrorObject* const error = current();
+    return error != nullptr && error->isA(type);
+}
+
+/// Returns the calling thread's active storage, or null.
+ErrorStorage* ErrorStorage::active()
+{
+    if (!s_slotUsable.load(memory_order_relaxed))
+        return nullptr;
+    return static_cast<ErrorStorage*>(s_slot.tls.get());
+}
+
+/// Makes `storage`, which may be null, the active one. Without memory for that the one before stays
+/// active, which is what a thread that cannot have a storage of its own is left with.
+void ErrorStorage::activate(ErrorStorage* storage)
+{
+    if (s_slotUsable.load(memory_order_relaxed))
+        s_slot.tls.set(storage);
+}
+
+/// Returns the newest error of the active storage, or null.
+ErrorObject* ErrorStorage::current()
+{
+    const ErrorStorage* const storage = active();
+    return storage != nullptr ? storage->m_current : nullptr;
+}
+
+/// Records in the calling thread's storage, or in the fallback storage if there is none.
+char* ErrorStorage::record(const Entry& entry, bool& noStorage)
+{
+    ErrorStorage* const storage = active();
+    noStorage = storage == nullptr;
+    if (noStorage || Fallback::is(storage))
+        return Fallback::record(entry);
+    return storage->store(entry);
+}
+
+/// Gives the calling thread a storage that is never freed, or leaves it without one if there is no
+/// memory for the storage or for its binding.
+void ErrorStorage::createOnHeap()
+{
+    ErrorStorage* const storage = new (nothrow) ErrorStorage(action_dump_to_stdout);
+    // What was never bound has nothing for the destructor to undo or to complain of.
+    if (storage != active())
+        ::operator delete(storage);
+}
+
+char* ErrorStorage::store(const Entry& entry)
+{
+    if (entry.raise && isPending())
+        react();
+    startChain(entry.raise);
+    return fill(takeSlot(), entry);
+}
+
+void ErrorStorage::react()
+{
+    if (m_action == nullptr || m_reporting)
+        return;
+    const Reporting reporting(m_reporting);
+    handOver(m_current, m_count);
+}
+
+void ErrorStorage::handOver(const ErrorObject* chain, int count)
+{
+    m_action(m_data, "unhandled error", chain, static_cast<unsigned int>(count));
+}
+
+/// An acknowledged error is never used as a cause.
+void ErrorStorage::startChain(bool raise)
+{
+    if (raise || (m_current != nullptr && m_acknowledged))
+        clear();
+}
+
+/// Returns the slot for the next error, and warns if it still holds one of the chain.
+ErrorObject& ErrorStorage::takeSlot()
+{
+    ErrorObject& slot = advance();
+    if (m_count <= CAPACITY || m_reporting)
+        return slot;
+
+    const ErrorObject* const newest = m_current;
+    const int count = m_count;
+    warnOverwritten(slot);
+    // A handler that recorded errors has moved the ring on: the slot may be taken, even be the
+    // newest error, and must not become its own cause.
+    return m_current == newest && m_count == count ? slot : advance();
+}
+
+/// Moves the ring on to its next slot and cuts that slot's old error off the chain.
+ErrorObject& ErrorStorage::advance()
+{
+    static_assert(INT_MAX % CAPACITY == CAPACITY - 1, "the slot after INT_MAX is slot 0");
+    constexpr int STEPPED_BACK = INT_MAX - CAPACITY + 1;
+
+    const int index = m_count % CAPACITY;
+    m_count = m_count < INT_MAX ? m_count + 1 : STEPPED_BACK;
+    if (m_count > CAPACITY)
+        m_errors[(index + 1) % CAPACITY].m_cause = nullptr;
+    return m_errors[index];
+}
+
+void ErrorStorage::warnOverwritten(const ErrorObject& oldest)
+{
+    const Reporting reporting(m_reporting);
+    // The chain is half rewritten; acknowledged, it stays out of the warning's own report.
+    m_acknowledged = true;
+    announceOverwrite(oldest);
+    m_acknowledged = false;
+}
+
+void ErrorStorage::announceOverwrite(const ErrorObject& oldest)
+{
+    const string_view reason = errorcore::printable(errorcore::reasonOf(oldest));
+    GlobalErrorHandler::doWarning(OVERWRITE_SITE.file, OVERWRITE_SITE.line, OVERWRITE_SITE.function,
+                                  "An error was overwritten: %s:%d, id = %d, text = %.*s",
+                                  errorcore::printable(oldest.m_file), oldest.m_line, oldest.m_id,
+                                  static_cast<int>(reason.size()), reason.data());
+}
+
+/// Makes `slot` the newest error. Returns its buffer, or null if the entry refers to its reason.
+char* ErrorStorage::fill(ErrorObject& slot, const Entry& entry)
+{
+    slot.m_type = entry.type;
+    slot.m_id = entry.id;
+    slot.m_file = entry.file;
+    slot.m_line = entry.line;
+    slot.m_cause = m_current;
+    slot.m_thread = pthread_self();
+    slot.m_process = zelbase::processId();
+    slot.m_reason = entry.reason != nullptr ? entry.reason : slot.m_buffer;
+    m_current = &slot;
+    m_acknowledged = false;
+
+    if (entry.reason != nullptr)
+        return nullptr;
+    if (entry.text.data() != nullptr)
+        slot.m_buffer[entry.text.copy(slot.m_buffer, sizeof slot.m_buffer)] = 0;
+    return slot.m_buffer;
+}
+
+/// Takes this storage, which is not the active one, out of the calling thread's chain of storages,
+/// so that the one after it does not come back to it. Returns true if the storage before this one
+/// is certain to exist: a storage that an earlier misordered destruction has left aside knows only
+/// of storages that may be gone.
+bool ErrorStorage::leaveChain()
+{
+    bool previousExists = m_previous == nullptr;
+    for (ErrorStorage* storage = active(); storage != nullptr; storage = storage->m_previous) {
+        if (storage->m_previous == this)
+            storage->m_previous = m_previous;
+        if (storage == m_previous)
+            previousExists = true;
+    }
+    return previousExists;
+}
+
+void ErrorStorage::checkLayout()
+{
+    static_assert(offsetof(ErrorStorage, m_current) == 0);
+    static_assert(offsetof(ErrorStorage, m_previous) == sizeof(void*));
+    static_assert(offsetof(ErrorStorage, m_count) == 2 * sizeof(void*));
+#ifndef __LP64__
+    static_assert(offsetof(ErrorStorage, m_errors) == 12);
+    static_assert(offsetof(ErrorStorage, m_action) == 2316);
+    static_assert(offsetof(ErrorStorage, m_acknowledged) == 2320);
+    static_assert(offsetof(ErrorStorage, m_data) == 2324);
+    static_assert(sizeof(ErrorStorage) == 2328);
+#endif
+}
+
+} // namespace std

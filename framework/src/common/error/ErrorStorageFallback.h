@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The one storage that all threads without a storage of their own share.
+
+#ifndef ZELCOMMON_SRC_COMMON_ERROR_ERRORSTORAGEFALLBACK_H
+#define ZELCOMMON_SRC_COMMON_ERROR_ERRORSTORAGEFALLBACK_H
+
+#include <common/error/ErrorStorages.h>
+
+#include "ErrorStorageEntry.h"
+
+/// Dumps unhandled errors to standard output.
+///
+/// It is created on first need, which makes it the active storage of the thread that needed it, and
+/// is never destroyed, so that exit handlers can still record errors. Recording is serialised by a
+/// lock that is free while a report runs, so that whatever the report calls may record as well.
+class ZEL_LOCAL std::ErrorStorage::Fallback : public StdoutDumpErrorStorage
+{
+public:
+    /// Returns true if `storage` is the fallback storage.
+    static bool is(const ErrorStorage* storage);
+
+    /// Records in the fallback storage. Returns as `ErrorStorage::add`. Any thread.
+    static char* record(const Entry& entry);
+
+private:
+    static Fallback& instance();
+    static Fallback& memory();
+    void dumpPending();
+    void warnAhead();
+};
+
+#endif // ZELCOMMON_SRC_COMMON_ERROR_ERRORSTORAGEFALLBACK_H
