@@ -90,8 +90,7 @@ ChildResult run(const std::function<void()>& body, bool throughExit)
     readAll(out.ends[0], err.ends[0], result);
 
     int status = 0;
-    while (waitpid(result.pid, &status, 0) < 0) {
-    }
+    while (waitpid(result.pid, &status, 0) < 0) {}
     if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
     if (WIFSIGNALED(status)) {
         result.signal = WTERMSIG(status);

@@ -107,7 +107,9 @@ TEST(TlsImpl, HasNoDestructorFunction)
 TEST(TlsImpl, DestructorDeletesTheKey)
 {
     const int before = s_keysDeleted;
-    { threadsafe::TlsImpl slot; }
+    {
+        threadsafe::TlsImpl slot;
+    }
     EXPECT_EQ(before + 1, s_keysDeleted);
 }
 

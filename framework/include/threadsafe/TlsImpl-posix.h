@@ -49,7 +49,7 @@ public:
     const char* set(void* value);
 
     /// Returns what the calling thread stored last, or null if it never stored anything.
-    void* get() const;
+    void* get() const { return pthread_getspecific(m_key); }
 
 private:
     pthread_key_t m_key;

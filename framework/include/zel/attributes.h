@@ -12,8 +12,8 @@
 /// Keeps a private member of an exported class out of the shared library's interface.
 #define ZEL_LOCAL __attribute__((visibility("hidden")))
 
-/// Argument number `text` (counted from 1, `this` included) is a printf format whose values begin at
-/// argument number `first`.
+/// Argument number `text` (counted from 1, `this` included) is a printf format whose values begin
+/// at argument number `first`.
 #define ZEL_PRINTF_FORMAT(text, first) __attribute__((__format__(__printf__, text, first)))
 
 #endif // ZELCOMMON_ZEL_ATTRIBUTES_H

@@ -34,18 +34,10 @@ TlsImpl::~TlsImpl()
 const char* TlsImpl::set(void* value)
 {
     switch (pthread_setspecific(m_key, value)) {
-    case 0:
-        return nullptr;
-    case ENOMEM:
-        return ERROR_OUT_OF_MEMORY;
-    default:
-        return ERROR;
+    case 0: return nullptr;
+    case ENOMEM: return ERROR_OUT_OF_MEMORY;
+    default: return ERROR;
     }
-}
-
-void* TlsImpl::get() const
-{
-    return pthread_getspecific(m_key);
 }
 
 } // namespace threadsafe

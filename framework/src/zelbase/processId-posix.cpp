@@ -26,8 +26,7 @@ void forget()
 /// Registered at load, as registering allocates memory, which recording an error must not.
 const bool s_forgotInChild = [] {
     const bool registered = pthread_atfork(nullptr, nullptr, forget) == 0;
-    if (registered)
-        forget();
+    if (registered) forget();
     return registered;
 }();
 
@@ -36,11 +35,9 @@ const bool s_forgotInChild = [] {
 int zelbase::processId()
 {
     const int known = s_processId.load(std::memory_order_relaxed);
-    if (known > 0)
-        return known;
+    if (known > 0) return known;
 
     const int asked = getpid();
-    if (known == UNKNOWN)
-        s_processId.store(asked, std::memory_order_relaxed);
+    if (known == UNKNOWN) s_processId.store(asked, std::memory_order_relaxed);
     return asked;
 }

@@ -45,9 +45,9 @@ using ReasonBuffer = char[ErrorObject::REASON_SIZE];
 /// Formats into a buffer beside the storage, as the values may lie in the slot that is reused.
 void format(ReasonBuffer& buffer, const char* message, va_list values)
 {
+    const errorcore::ErrnoKeeper errnoKeeper;
     buffer[0] = '\0';
-    if (vsnprintf(buffer, FORMAT_SIZE, message, values) < 0)
-        buffer[sizeof buffer - 1] = '\0';
+    if (vsnprintf(buffer, FORMAT_SIZE, message, values) < 0) buffer[sizeof buffer - 1] = '\0';
 }
 #pragma GCC diagnostic pop
 
@@ -91,7 +91,6 @@ ErrorOutput::ErrorOutput(const char* file, int line, bool raise)
 
 void ErrorOutput::operator()(const ErrorType& type, int id, ...) const
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
     va_list values;
     va_start(values, id);
     bool recorded = false;
@@ -107,8 +106,7 @@ void ErrorOutput::operator()(const ErrorType& type, int id, ...) const
 void ErrorOutput::operator()(const ErrorObject& error) const
 {
     errorcore::assertAt(TYPE_SITE, error.m_type != nullptr, "m_type");
-    if (error.m_type == nullptr)
-        return;
+    if (error.m_type == nullptr) return;
 
     // The error may be the very one whose slot is reused.
     ReasonBuffer buffer;
@@ -146,8 +144,7 @@ bool ErrorOutput::attempt(const ErrorType& type, int id, va_list values) const
 
     bool noStorage = false;
     ErrorStorage::record(entry, noStorage);
-    if (!noStorage)
-        return true;
+    if (!noStorage) return true;
 
     reportMissingStorage(entry.reason != nullptr ? entry.reason : buffer);
     ErrorStorage::createOnHeap();

@@ -26,15 +26,8 @@ static_assert(sizeof(ErrorObject) == 288);
 #endif
 
 ErrorObject::ErrorObject()
-    : m_type(nullptr),
-      m_id(0),
-      m_file(nullptr),
-      m_line(0),
-      m_reason(m_buffer),
-      m_buffer(),
-      m_thread(),
-      m_process(0),
-      m_cause(nullptr)
+    : m_type(nullptr), m_id(0), m_file(nullptr), m_line(0), m_reason(m_buffer), m_buffer(),
+      m_thread(), m_process(0), m_cause(nullptr)
 {}
 
 ErrorObject::ErrorObject(const ErrorObject& other) : ErrorObject()
@@ -44,8 +37,7 @@ ErrorObject::ErrorObject(const ErrorObject& other) : ErrorObject()
 
 ErrorObject& ErrorObject::operator=(const ErrorObject& other)
 {
-    if (this == &other)
-        return *this;
+    if (this == &other) return *this;
 
     m_type = other.m_type;
     m_id = other.m_id;

@@ -62,14 +62,8 @@ private:
 } // namespace
 
 ErrorStorage::ErrorStorage(Action action)
-    : m_current(nullptr),
-      m_previous(active()),
-      m_count(0),
-      m_errors(),
-      m_action(action),
-      m_acknowledged(true),
-      m_reporting(false),
-      m_data(nullptr)
+    : m_current(nullptr), m_previous(active()), m_count(0), m_action(action), m_acknowledged(true),
+      m_reporting(false), m_data(nullptr)
 {
     activate(this);
 }
@@ -77,8 +71,7 @@ ErrorStorage::ErrorStorage(Action action)
 ErrorStorage::~ErrorStorage()
 {
     errorcore::assertAt(DESTRUCTOR_SITE, active() == this, "tls.get()==this");
-    if (active() == this || leaveChain())
-        activate(m_previous);
+    if (active() == this || leaveChain()) activate(m_previous);
 }
 
 char* ErrorStorage::add(bool raise, const ErrorType& type, int id, const char* file, int line,
@@ -90,15 +83,13 @@ char* ErrorStorage::add(bool raise, const ErrorType& type, int id, const char* f
 bool ErrorStorage::isError(bool unacknowledgedOnly)
 {
     const ErrorStorage* const storage = active();
-    if (storage == nullptr || storage->m_current == nullptr)
-        return false;
+    if (storage == nullptr || storage->m_current == nullptr) return false;
     return !unacknowledgedOnly || !storage->m_acknowledged;
 }
 
 void ErrorStorage::ack()
 {
-    if (ErrorStorage* const storage = active())
-        storage->m_acknowledged = true;
+    if (ErrorStorage* const storage = active()) storage->m_acknowledged = true;
 }
 
 void ErrorStorage::clear()
@@ -154,8 +145,7 @@ bool ErrorStorage::isA(const ErrorType& type)
 /// Returns the calling thread's active storage, or null.
 ErrorStorage* ErrorStorage::active()
 {
-    if (!s_slotUsable.load(memory_order_relaxed))
-        return nullptr;
+    if (!s_slotUsable.load(memory_order_relaxed)) return nullptr;
     return static_cast<ErrorStorage*>(s_slot.tls.get());
 }
 
@@ -163,8 +153,7 @@ ErrorStorage* ErrorStorage::active()
 /// active, which is what a thread that cannot have a storage of its own is left with.
 void ErrorStorage::activate(ErrorStorage* storage)
 {
-    if (s_slotUsable.load(memory_order_relaxed))
-        s_slot.tls.set(storage);
+    if (s_slotUsable.load(memory_order_relaxed)) s_slot.tls.set(storage);
 }
 
 /// Returns the newest error of the active storage, or null.
@@ -179,8 +168,7 @@ char* ErrorStorage::record(const Entry& entry, bool& noStorage)
 {
     ErrorStorage* const storage = active();
     noStorage = storage == nullptr;
-    if (noStorage || Fallback::is(storage))
-        return Fallback::record(entry);
+    if (noStorage || Fallback::is(storage)) return Fallback::record(entry);
     return storage->store(entry);
 }
 
@@ -190,22 +178,19 @@ void ErrorStorage::createOnHeap()
 {
     ErrorStorage* const storage = new (nothrow) ErrorStorage(action_dump_to_stdout);
     // What was never bound has nothing for the destructor to undo or to complain of.
-    if (storage != active())
-        ::operator delete(storage);
+    if (storage != active()) ::operator delete(storage);
 }
 
 char* ErrorStorage::store(const Entry& entry)
 {
-    if (entry.raise && isPending())
-        react();
+    if (entry.raise && isPending()) react();
     startChain(entry.raise);
     return fill(takeSlot(), entry);
 }
 
 void ErrorStorage::react()
 {
-    if (m_action == nullptr || m_reporting)
-        return;
+    if (m_action == nullptr || m_reporting) return;
     const Reporting reporting(m_reporting);
     handOver(m_current, m_count);
 }
@@ -218,16 +203,14 @@ void ErrorStorage::handOver(const ErrorObject* chain, int count)
 /// An acknowledged error is never used as a cause.
 void ErrorStorage::startChain(bool raise)
 {
-    if (raise || (m_current != nullptr && m_acknowledged))
-        clear();
+    if (raise || (m_current != nullptr && m_acknowledged)) clear();
 }
 
 /// Returns the slot for the next error, and warns if it still holds one of the chain.
 ErrorObject& ErrorStorage::takeSlot()
 {
     ErrorObject& slot = advance();
-    if (m_count <= CAPACITY || m_reporting)
-        return slot;
+    if (m_count <= CAPACITY || m_reporting) return slot;
 
     const ErrorObject* const newest = m_current;
     const int count = m_count;
@@ -245,8 +228,7 @@ ErrorObject& ErrorStorage::advance()
 
     const int index = m_count % CAPACITY;
     m_count = m_count < INT_MAX ? m_count + 1 : STEPPED_BACK;
-    if (m_count > CAPACITY)
-        m_errors[(index + 1) % CAPACITY].m_cause = nullptr;
+    if (m_count > CAPACITY) m_errors[(index + 1) % CAPACITY].m_cause = nullptr;
     return m_errors[index];
 }
 
@@ -282,8 +264,7 @@ char* ErrorStorage::fill(ErrorObject& slot, const Entry& entry)
     m_current = &slot;
     m_acknowledged = false;
 
-    if (entry.reason != nullptr)
-        return nullptr;
+    if (entry.reason != nullptr) return nullptr;
     if (entry.text.data() != nullptr)
         slot.m_buffer[entry.text.copy(slot.m_buffer, sizeof slot.m_buffer)] = 0;
     return slot.m_buffer;
@@ -297,10 +278,8 @@ bool ErrorStorage::leaveChain()
 {
     bool previousExists = m_previous == nullptr;
     for (ErrorStorage* storage = active(); storage != nullptr; storage = storage->m_previous) {
-        if (storage->m_previous == this)
-            storage->m_previous = m_previous;
-        if (storage == m_previous)
-            previousExists = true;
+        if (storage->m_previous == this) storage->m_previous = m_previous;
+        if (storage == m_previous) previousExists = true;
     }
     return previousExists;
 }

@@ -50,8 +50,7 @@ void copyWhole(ErrorObject& copy, const ErrorObject& error)
 {
     copy = error;
     memcpy(copy.m_buffer, error.m_buffer, sizeof copy.m_buffer);
-    if (error.m_reason != error.m_buffer)
-        copy.m_reason = error.m_reason;
+    if (error.m_reason != error.m_buffer) copy.m_reason = error.m_reason;
 }
 
 } // namespace
@@ -68,8 +67,7 @@ char* ErrorStorage::Fallback::record(const Entry& entry)
 
     while (entry.raise && storage.isPending())
         storage.dumpPending();
-    if (!entry.raise && storage.isPending() && storage.m_count >= CAPACITY)
-        storage.warnAhead();
+    if (!entry.raise && storage.isPending() && storage.m_count >= CAPACITY) storage.warnAhead();
 
     // Others may have recorded during the reports; from here on nobody does.
     storage.startChain(entry.raise);
@@ -80,8 +78,7 @@ char* ErrorStorage::Fallback::record(const Entry& entry)
 ErrorStorage::Fallback& ErrorStorage::Fallback::instance()
 {
     static bool s_created = false;
-    if (!s_created)
-        new (&memory()) Fallback;
+    if (!s_created) new (&memory()) Fallback;
     s_created = true;
     return memory();
 }
@@ -101,8 +98,7 @@ void ErrorStorage::Fallback::dumpPending()
     ErrorObject* copy = chain;
     for (const ErrorObject* error = m_current; error != nullptr; error = error->m_cause, ++copy) {
         copyWhole(*copy, *error);
-        if (error->m_cause != nullptr)
-            copy->m_cause = copy + 1;
+        if (error->m_cause != nullptr) copy->m_cause = copy + 1;
     }
     const int count = m_count;
     clear();
@@ -124,8 +120,7 @@ void ErrorStorage::Fallback::warnAhead()
     ErrorStorage* const bound = active();
     activate(nullptr);
     announceOverwrite(oldest);
-    if (bound != nullptr && active() == nullptr)
-        activate(bound);
+    if (bound != nullptr && active() == nullptr) activate(bound);
 }
 
 } // namespace std

@@ -28,11 +28,9 @@ constexpr int LEADING_COMPONENTS = 4;
 /// the dumps are used to it.
 const char* lastComponents(const char* file)
 {
-    if (file == nullptr)
-        return file;
+    if (file == nullptr) return file;
     const char* at = strrchr(file, '/');
-    if (at == nullptr)
-        return file;
+    if (at == nullptr) return file;
 
     for (int component = 0; component < LEADING_COMPONENTS && at != file; ++component) {
         --at;
@@ -95,8 +93,7 @@ void ErrorStorage::action_dump_to_stdout(void*, const char* text, const ErrorObj
 {
     const errorcore::ErrnoKeeper errnoKeeper;
     errorcore::assertAt(DUMP_SITE, error != nullptr, "obj");
-    if (error == nullptr)
-        return;
+    if (error == nullptr) return;
 
     text = errorcore::printable(text);
     if (error->m_cause == nullptr)

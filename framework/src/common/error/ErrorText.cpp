@@ -26,32 +26,26 @@ bool beginsWithDirectory(const char* path, const char (&name)[SIZE])
 
 const char* shortSourcePath(const char* path)
 {
-    if (path == nullptr)
-        return path;
+    if (path == nullptr) return path;
 
     for (const char* at = path; *at != '\0'; ++at) {
-        if (!isSeparator(*at))
-            continue;
+        if (!isSeparator(*at)) continue;
         const char* const rest = at + 1;
-        if (beginsWithDirectory(rest, "src") || beginsWithDirectory(rest, "include"))
-            return rest;
+        if (beginsWithDirectory(rest, "src") || beginsWithDirectory(rest, "include")) return rest;
     }
     return path;
 }
 
 std::string_view reasonOf(const std::ErrorObject& error)
 {
-    if (error.m_reason == nullptr)
-        return {};
-    if (error.m_reason != error.m_buffer)
-        return error.m_reason;
+    if (error.m_reason == nullptr) return {};
+    if (error.m_reason != error.m_buffer) return error.m_reason;
     return {error.m_buffer, strnlen(error.m_buffer, sizeof error.m_buffer)};
 }
 
 std::string_view reasonToCopy(const std::ErrorObject& error)
 {
-    if (error.m_reason == nullptr)
-        return "";
+    if (error.m_reason == nullptr) return "";
     return {error.m_reason, strnlen(error.m_reason, std::ErrorObject::REASON_SIZE)};
 }
 

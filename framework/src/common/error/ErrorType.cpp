@@ -52,8 +52,7 @@ ErrorType CommonCriticalError(COMMON_CRITICAL_TABLE, rowsOf(COMMON_CRITICAL_TABL
 bool ErrorType::isA(const ErrorType& other) const
 {
     for (const ErrorType* type = this; type != nullptr; type = type->m_parent)
-        if (type == &other)
-            return true;
+        if (type == &other) return true;
     return false;
 }
 
@@ -74,16 +73,13 @@ int ErrorType::getArgumentCount(int id) const
 /// Returns row `id`, or null if there is none.
 const ErrorID* ErrorType::find(int id) const
 {
-    if (m_idtable == nullptr || id < 0)
-        return nullptr;
+    if (m_idtable == nullptr || id < 0) return nullptr;
 
     // A row at its own index wins over an earlier row with the same id.
-    if (id < static_cast<int>(m_count) && m_idtable[id].id == id)
-        return &m_idtable[id];
+    if (id < static_cast<int>(m_count) && m_idtable[id].id == id) return &m_idtable[id];
 
     for (unsigned int row = 0; row < m_count; ++row)
-        if (m_idtable[row].id == id)
-            return &m_idtable[row];
+        if (m_idtable[row].id == id) return &m_idtable[row];
     return nullptr;
 }
 

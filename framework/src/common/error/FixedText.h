@@ -38,8 +38,7 @@ public:
 
     FixedText& append(const char* text)
     {
-        if (text == nullptr)
-            m_failed = true;
+        if (text == nullptr) m_failed = true;
         return m_failed ? *this : append(text, std::strlen(text));
     }
 

@@ -50,8 +50,7 @@ bool enlist(Handler (&table)[GlobalErrorHandler::MAX_HANDLERS], int& count, Hand
 {
     const int slot = __sync_fetch_and_add(&count, 1);
     // Refused attempts are counted too, so the number may have run over and be negative.
-    if (slot < 0 || slot >= GlobalErrorHandler::MAX_HANDLERS)
-        return true;
+    if (slot < 0 || slot >= GlobalErrorHandler::MAX_HANDLERS) return true;
     __atomic_store_n(&table[slot], handler, __ATOMIC_RELEASE);
     return false;
 }
@@ -68,11 +67,9 @@ bool notify(Handler (&table)[GlobalErrorHandler::MAX_HANDLERS], int& count, cons
          slot-- > 0;) {
         // Empty: a registration that has its number but has not stored its handler yet.
         const Handler handler = __atomic_load_n(&table[slot], __ATOMIC_ACQUIRE);
-        if (handler == nullptr)
-            continue;
+        if (handler == nullptr) continue;
         const Location location = report.location();
-        if (call(handler, location.text()))
-            return true;
+        if (call(handler, location.text())) return true;
     }
     return false;
 }
@@ -89,8 +86,7 @@ public:
     void append(string_view piece)
     {
         while (!piece.empty()) {
-            if (m_length == sizeof m_buffer)
-                flush();
+            if (m_length == sizeof m_buffer) flush();
             const size_t taken = piece.copy(m_buffer + m_length, sizeof m_buffer - m_length);
             m_length += taken;
             piece.remove_prefix(taken);
@@ -184,15 +180,13 @@ void GlobalErrorHandler::doAbort(const char* file, int line, const char* functio
                return false;
            });
     defaultAbortHandler(report.location().text(), report.reason());
-    if (!s_disable_abort)
-        abort();
+    if (!s_disable_abort) abort();
 }
 
 void GlobalErrorHandler::doAssert(bool condition, const char* conditionText, const char* file,
                                   int line, const char* function, const char* format, ...)
 {
-    if (condition)
-        return;
+    if (condition) return;
     const errorcore::ErrnoKeeper errnoKeeper;
     va_list values;
     va_start(values, format);
@@ -237,11 +231,9 @@ void GlobalErrorHandler::doOutOfMem(const char* file, int line, const char* func
                                   [&](OutOfMemHandler handler, const char* location) {
                                       return handler(location, report.reason());
                                   });
-    if (dealtWith)
-        return;
+    if (dealtWith) return;
     defaultOutOfMemHandler(report.location().text(), report.reason());
-    if (!s_disable_abort)
-        abort();
+    if (!s_disable_abort) abort();
 }
 
 void GlobalErrorHandler::defaultAbortHandler(const char* location, const char* reason)

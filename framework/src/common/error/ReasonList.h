@@ -25,14 +25,12 @@ bool writeError(Sink& sink, const std::ErrorObject& error)
     sink.append("):\n\t");
 
     const std::string_view reason = reasonOf(error);
-    if (reason.data() == nullptr)
-        return false;
+    if (reason.data() == nullptr) return false;
     sink.append(reason);
     sink.append("\n\tLocation: ");
 
     const char* const file = shortSourcePath(error.m_file);
-    if (file == nullptr)
-        return false;
+    if (file == nullptr) return false;
     sink.append(file);
 
     const Decimal line(error.m_line);
@@ -47,13 +45,10 @@ template <typename Sink>
 bool writeChain(Sink& sink, const std::ErrorObject* error)
 {
     for (int written = 0; written < std::ErrorStorage::CAPACITY; ++written) {
-        if (written > 0)
-            sink.append("\n\twas caused by\n");
-        if (!writeError(sink, *error))
-            return false;
+        if (written > 0) sink.append("\n\twas caused by\n");
+        if (!writeError(sink, *error)) return false;
         error = error->m_cause;
-        if (error == nullptr)
-            break;
+        if (error == nullptr) break;
     }
     return true;
 }
@@ -63,8 +58,7 @@ bool writeChain(Sink& sink, const std::ErrorObject* error)
 template <typename Sink>
 void writeReasonList(Sink& sink)
 {
-    if (std::ErrorStorage::isError(false) && !writeChain(sink, std::ErrorStorage::get()))
-        return;
+    if (std::ErrorStorage::isError(false) && !writeChain(sink, std::ErrorStorage::get())) return;
     sink.append("\n");
 }
 

@@ -21,8 +21,7 @@ struct Site
 /// Reports a failed assertion without a reason at `site` if `condition` is false.
 inline void assertAt(const Site& site, bool condition, const char* conditionText)
 {
-    if (condition)
-        return;
+    if (condition) return;
     std::GlobalErrorHandler::doAssert(false, conditionText, site.file, site.line, site.function,
                                       nullptr);
 }
