@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "DeviceList.h"
+
+#include <zel/report.h>
+
+#include "ImportErrors.h"
+#include "LineReader.h"
+
+namespace deviceimport {
+
+namespace {
+
+/// Puts the line and the list on top of the pending error.
+void reject(int number, ListReport& report)
+{
+    ZEL_RAISE_ON(LineError, LINE_REJECTED, number);
+    ZEL_RAISE_ON(ListError, LIST_REJECTED, report.name().c_str());
+    report.addRejected();
+}
+
+/// Puts the list on top of the pending error.
+void giveUp(ListReport& report)
+{
+    ZEL_RAISE_ON(ListError, LIST_UNREADABLE, report.name().c_str());
+    report.addFailure();
+}
+
+} // namespace
+
+void DeviceList::load(ListReport& report)
+{
+    LineReader reader;
+    if (!reader.open(report.name())) {
+        giveUp(report);
+        return;
+    }
+    for (std::string line;;) {
+        switch (reader.next(line)) {
+        case LineReader::Result::LINE: takeLine(line, reader.number(), report); break;
+        case LineReader::Result::BROKEN: reject(reader.number(), report); break;
+        case LineReader::Result::END: return;
+        case LineReader::Result::FAILED: giveUp(report); return;
+        }
+    }
+}
+
+void DeviceList::takeLine(const std::string& line, int number, ListReport& report)
+{
+    if (isSkippedLine(line)) return;
+    Device device;
+    int repairs = 0;
+    if (!parseDeviceLine(line, device, repairs) || !insert(device, number)) {
+        reject(number, report);
+        return;
+    }
+    report.addImported(repairs);
+}
+
+/// Returns false if the uuid is taken, with a FieldError raised.
+bool DeviceList::insert(const Device& device, int number)
+{
+    const auto [place, isNew] = m_lines.emplace(device.uuid, number);
+    if (!isNew) {
+        ZEL_RAISE(FieldError, UUID_USED, device.uuid.c_str(), place->second);
+        return false;
+    }
+    m_devices.push_back(device);
+    return true;
+}
+
+} // namespace deviceimport

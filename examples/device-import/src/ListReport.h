@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is told about one device list: the errors of its broken lines, then a summary. The text is
+// collected, so that lists that are read at the same time are printed one after another.
+//
+//     ListReport report("devices.csv", ListReport::Errors::COLLECT);
+//     list.load(report);
+//     report.finish(list.devices().size());
+
+#ifndef DEVICE_IMPORT_LISTREPORT_H
+#define DEVICE_IMPORT_LISTREPORT_H
+
+#include <cstddef>
+#include <string>
+
+namespace deviceimport {
+
+/// The report on one list. Used by one thread at a time; the calls that deal with errors by the
+/// thread whose storage holds them.
+class ListReport
+{
+public:
+    /// What becomes of the error of a broken line.
+    enum class Errors {
+        COLLECT,       ///< it goes into the report and is acknowledged
+        LEAVE_PENDING, ///< it is left to the reaction of the thread's storage
+    };
+
+    ListReport(std::string name, Errors errors);
+
+    /// The list's file.
+    const std::string& name() const { return m_name; }
+
+    /// Counts an imported line that took `repairs` repairs.
+    void addImported(int repairs);
+    /// Counts a broken line. Requires its error chain to be pending.
+    void addRejected();
+    /// Notes that the list could not be read to its end. Requires the reason to be pending.
+    void addFailure();
+    /// Ends the report on a list of `imported` devices: what is still pending, and the summary.
+    void finish(std::size_t imported);
+
+    /// Returns true if every line was imported.
+    bool isClean() const { return m_rejected == 0 && !m_failed; }
+    const std::string& text() const { return m_text; }
+
+private:
+    void dealWithError();
+    void collectError();
+
+    std::string m_name;
+    Errors m_errors;
+    int m_repaired = 0;
+    int m_rejected = 0;
+    bool m_failed = false;
+    std::string m_text;
+};
+
+} // namespace deviceimport
+
+#endif // DEVICE_IMPORT_LISTREPORT_H
