@@ -7,6 +7,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "initPriority.h"
+
 static_assert(sizeof(pid_t) == sizeof(int), "a process id fits the int that reports print");
 
 namespace {
@@ -23,12 +25,11 @@ void forget()
     s_processId.store(UNKNOWN, std::memory_order_relaxed);
 }
 
-/// Registered at load, as registering allocates memory, which recording an error must not.
-const bool s_forgotInChild = [] {
-    const bool registered = pthread_atfork(nullptr, nullptr, forget) == 0;
-    if (registered) forget();
-    return registered;
-}();
+/// Runs at load, as registering allocates memory, which recording an error must not.
+__attribute__((constructor(ZELCOMMON_INIT_PRIORITY))) void rememberFromNowOn()
+{
+    if (pthread_atfork(nullptr, nullptr, forget) == 0) forget();
+}
 
 } // namespace
 

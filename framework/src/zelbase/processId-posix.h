@@ -8,8 +8,9 @@
 
 namespace zelbase {
 
-/// Returns the id of the calling process, also in a forked child. Usable at any time, before and
-/// after static initialisation too. Any thread.
+/// Returns the id of the calling process, also in a forked child. A child that was made without
+/// running the fork handlers (by `_Fork` or a raw `clone`) is given its parent's id. Usable at any
+/// time, before and after static initialisation too. Any thread.
 int processId();
 
 } // namespace zelbase

@@ -35,9 +35,11 @@ public:
     ///
     /// On a thread without a storage the error is recorded in the shared fallback storage, a
     /// warning goes to standard error, a storage is created on the heap for this thread, never to
-    /// be freed, and the error is recorded in that one too. Without memory for it, the error stays
-    /// in the fallback storage. Allocates nothing else. `errno` survives.
-    void operator()(const ErrorType& type, int id, ...) const;
+    /// be freed, and the error is recorded once more, in that one. Without memory for it, that once
+    /// more is in the fallback storage too: the first recording is then an unhandled error if
+    /// `raise` is true, and the cause of the second if not; the warning comes again unless the
+    /// fallback has become the thread's storage. Allocates nothing else. `errno` survives.
+    void operator()(const ErrorType& type, int id, ...);
 
     /// Records a copy of `error` as a new error, with this object's file and line replaced by the
     /// error's own. On a thread without a storage the copy stays in the fallback storage, silently.
@@ -45,7 +47,7 @@ public:
     /// At most 256 characters of the reason are copied; if that many are there, the recorded reason
     /// is not terminated.
     /// Asserts that the error has a type ("m_type"), then goes on without recording anything.
-    void operator()(const ErrorObject& error) const;
+    void operator()(const ErrorObject& error);
 
 private:
     ZEL_LOCAL bool attempt(const ErrorType& type, int id, va_list values) const;

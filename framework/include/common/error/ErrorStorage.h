@@ -20,17 +20,20 @@ namespace std {
 ///
 /// A storage is empty, pending (an error is stored and not acknowledged) or acknowledged. It is one
 /// large plain object (2,328 bytes on a 32-bit target) that belongs to the thread that created it.
-/// Destroy storages on their own thread, in reverse order of creation, as objects on a stack do.
+/// Storages nest: create and destroy them as objects on a stack do.
 ///
 /// A thread without a storage shares a fallback storage with all others of its kind: recording into
-/// it is serialised, reading it is not. Not async-signal-safe.
+/// it is serialised, reading and acknowledging is not. So it is before the library's first
+/// initialiser and after its last exit handler, when no thread has a storage. Not
+/// async-signal-safe.
 class ZEL_EXPORT ErrorStorage
 {
 public:
     /// What a storage does with an error that nobody acknowledged. `data` is the storage's
     /// `m_data`, `text` the occasion ("unhandled error"), `error` the newest error of the chain,
     /// `count` the number of errors recorded since the last clear, which may exceed the chain. The
-    /// chain is valid until the reaction returns or records an error itself.
+    /// chain is valid until the reaction returns or records an error in the storage itself. What it
+    /// records there is dropped without a report when it returns.
     using Action = void (*)(void* data, const char* text, const ErrorObject* error,
                             unsigned int count);
 
@@ -42,8 +45,9 @@ public:
     explicit ErrorStorage(Action action);
 
     /// Makes the storage active again that was active before this one. Never calls the reaction.
+    /// Requires that the thread is the one that created the storage.
     /// Asserts that this storage is the active one ("tls.get()==this"), then goes on in the same
-    /// way, without ever making a storage active that is gone.
+    /// way, but for a storage that may be gone: that never becomes active.
     ~ErrorStorage();
 
     ErrorStorage(const ErrorStorage&) = delete;
@@ -55,7 +59,8 @@ public:
     /// then. `raise` false adds to the chain: a pending error becomes the cause of the new one, an
     /// acknowledged one is dropped. The ninth error of a chain overwrites the oldest, with a
     /// warning. `file` and `reason`, if not null, must be of static lifetime; they are not copied.
-    /// `noStorage` tells whether the thread has no storage, so that the fallback storage was used.
+    /// `noStorage` tells whether the thread had no active storage, so that the fallback storage was
+    /// used; the first thread to which that happens has the fallback as its active storage then.
     ///
     /// Returns null if `reason` was given.
     /// Returns otherwise the buffer of `ErrorObject::REASON_SIZE` bytes for the reason, in which

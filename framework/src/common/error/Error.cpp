@@ -4,8 +4,8 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <new>
+#include <string_view>
 
 #include <pthread.h>
 
@@ -89,7 +89,7 @@ ErrorOutput::ErrorOutput(const char* file, int line, bool raise)
     : m_file(file), m_line(line), m_raise(raise)
 {}
 
-void ErrorOutput::operator()(const ErrorType& type, int id, ...) const
+void ErrorOutput::operator()(const ErrorType& type, int id, ...)
 {
     va_list values;
     va_start(values, id);
@@ -103,7 +103,7 @@ void ErrorOutput::operator()(const ErrorType& type, int id, ...) const
     va_end(values);
 }
 
-void ErrorOutput::operator()(const ErrorObject& error) const
+void ErrorOutput::operator()(const ErrorObject& error)
 {
     errorcore::assertAt(TYPE_SITE, error.m_type != nullptr, "m_type");
     if (error.m_type == nullptr) return;
@@ -146,6 +146,7 @@ bool ErrorOutput::attempt(const ErrorType& type, int id, va_list values) const
     ErrorStorage::record(entry, noStorage);
     if (!noStorage) return true;
 
+    const errorcore::ErrnoKeeper errnoKeeper;
     reportMissingStorage(entry.reason != nullptr ? entry.reason : buffer);
     ErrorStorage::createOnHeap();
     return false;

@@ -3,6 +3,7 @@
 #include <common/error/ErrorObject.h>
 
 #include <cstring>
+#include <string_view>
 
 #include "ErrorText.h"
 #include "Site.h"
@@ -51,6 +52,7 @@ ErrorObject& ErrorObject::operator=(const ErrorObject& other)
     // The source's reason may be a text in this very buffer.
     memmove(m_buffer, reason.data(), reason.size());
     m_buffer[reason.size()] = '\0';
+    m_buffer[REASON_SIZE - 1] = '\0';
     m_reason = m_buffer;
     return *this;
 }

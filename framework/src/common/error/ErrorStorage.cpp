@@ -5,14 +5,16 @@
 #include <atomic>
 #include <climits>
 #include <cstddef>
-#include <cstring>
 #include <new>
+#include <string_view>
 
 #include <pthread.h>
 
 #include <threadsafe/TlsImpl-posix.h>
 
+#include "../../zelbase/initPriority.h"
 #include "../../zelbase/processId-posix.h"
+#include "ErrnoKeeper.h"
 #include "ErrorStorageEntry.h"
 #include "ErrorStorageFallback.h"
 #include "ErrorText.h"
@@ -41,10 +43,7 @@ struct ThreadSlot
     threadsafe::TlsImpl tls;
 };
 
-/// The earliest that a program may ask for, so that in a statically linked program too the slot is
-/// there before the program's own objects and gone after them.
-constexpr int INIT_PRIORITY = 101;
-ThreadSlot s_slot __attribute__((init_priority(INIT_PRIORITY)));
+ThreadSlot s_slot __attribute__((init_priority(ZELCOMMON_INIT_PRIORITY)));
 
 /// Sets a flag for as long as a report runs, however it ends.
 class Reporting
@@ -197,6 +196,7 @@ void ErrorStorage::react()
 
 void ErrorStorage::handOver(const ErrorObject* chain, int count)
 {
+    const errorcore::ErrnoKeeper errnoKeeper;
     m_action(m_data, "unhandled error", chain, static_cast<unsigned int>(count));
 }
 
@@ -265,8 +265,10 @@ char* ErrorStorage::fill(ErrorObject& slot, const Entry& entry)
     m_acknowledged = false;
 
     if (entry.reason != nullptr) return nullptr;
-    if (entry.text.data() != nullptr)
-        slot.m_buffer[entry.text.copy(slot.m_buffer, sizeof slot.m_buffer)] = 0;
+    if (entry.text.data() != nullptr) {
+        const size_t length = entry.text.copy(slot.m_buffer, sizeof slot.m_buffer);
+        if (length < sizeof slot.m_buffer) slot.m_buffer[length] = '\0';
+    }
     return slot.m_buffer;
 }
 

@@ -2,10 +2,13 @@
 
 #include "ErrorStorageFallback.h"
 
+#include <atomic>
 #include <cstring>
 #include <new>
 
 #include <pthread.h>
+
+#include "../../zelbase/initPriority.h"
 
 namespace std {
 
@@ -24,9 +27,13 @@ void release()
     pthread_mutex_unlock(&s_mutex);
 }
 
-/// Without this, a child that is forked while another thread records would find the lock taken for
-/// ever. Where there is no memory to register it, only such a child is the worse off.
-[[maybe_unused]] const bool s_survivesFork = pthread_atfork(acquire, release, release) == 0;
+/// A child that is forked while another thread records would find the lock taken for ever. Where
+/// there is no memory to register this, only such a child is the worse off. Registered before the
+/// program's own fork handlers, so that the lock is free while those run.
+__attribute__((constructor(ZELCOMMON_INIT_PRIORITY))) void surviveFork()
+{
+    pthread_atfork(acquire, release, release);
+}
 
 struct Locked
 {
@@ -36,16 +43,8 @@ struct Locked
     Locked& operator=(const Locked&) = delete;
 };
 
-struct Unlocked
-{
-    Unlocked() { release(); }
-    ~Unlocked() { acquire(); }
-    Unlocked(const Unlocked&) = delete;
-    Unlocked& operator=(const Unlocked&) = delete;
-};
-
-/// A copy of `error` that still refers to a message of static lifetime and keeps all of a full
-/// buffer, both of which an assignment would cut.
+/// Copies all of `error`: an assignment would cut a message of static lifetime and the last byte of
+/// a full buffer.
 void copyWhole(ErrorObject& copy, const ErrorObject& error)
 {
     copy = error;
@@ -55,6 +54,86 @@ void copyWhole(ErrorObject& copy, const ErrorObject& error)
 
 } // namespace
 
+/// Gives the thread that reports for the fallback storage a storage of the moment. What handlers
+/// record meanwhile ends up there and is dropped, without a report of its own: reports cannot
+/// recurse. Where it cannot become active, only one such report at a time may be made.
+class ErrorStorage::Fallback::Reporter
+{
+public:
+    Reporter()
+        : m_storage(*new (m_memory) Silent), m_isActive(active() == &m_storage),
+          m_mayReport(m_isActive || !s_isReporting.test_and_set())
+    {}
+
+    ~Reporter()
+    {
+        if (m_isActive)
+            m_storage.~Silent();
+        else if (m_mayReport)
+            s_isReporting.clear();
+    }
+
+    Reporter(const Reporter&) = delete;
+    Reporter& operator=(const Reporter&) = delete;
+
+    bool mayReport() const { return m_mayReport; }
+
+private:
+    struct Silent : ErrorStorage
+    {
+        Silent() : ErrorStorage(nullptr) { m_reporting = true; }
+    };
+
+    static atomic_flag s_isReporting;
+
+    alignas(Silent) unsigned char m_memory[sizeof(Silent)];
+    /// Not destroyed unless it became active: otherwise there is nothing to undo or to complain of.
+    Silent& m_storage;
+    const bool m_isActive;
+    const bool m_mayReport;
+};
+
+atomic_flag ErrorStorage::Fallback::Reporter::s_isReporting = ATOMIC_FLAG_INIT;
+
+/// What a recording pushed out of the fallback storage, copied to be reported without the lock.
+class ErrorStorage::Fallback::Displaced
+{
+public:
+    /// Takes a pending chain that a new one replaces. `count` as for a reaction.
+    void takeChain(const ErrorObject* error, int count)
+    {
+        m_count = count;
+        ErrorObject* copy = m_errors;
+        for (; error != nullptr && copy != m_errors + CAPACITY; error = error->m_cause, ++copy) {
+            copyWhole(*copy, *error);
+            if (copy != m_errors) copy[-1].m_cause = copy;
+        }
+    }
+
+    /// Takes the oldest error of a chain, which a new one overwrites.
+    void takeOldest(const ErrorObject& oldest)
+    {
+        m_isOverwritten = true;
+        copyWhole(m_errors[0], oldest);
+    }
+
+    void report(Fallback& storage) const
+    {
+        if (m_count == 0 && !m_isOverwritten) return;
+        const Reporter reporter;
+        if (!reporter.mayReport()) return;
+        if (m_isOverwritten)
+            announceOverwrite(m_errors[0]);
+        else
+            storage.handOver(m_errors, m_count);
+    }
+
+private:
+    ErrorObject m_errors[CAPACITY];
+    int m_count = 0;
+    bool m_isOverwritten = false;
+};
+
 bool ErrorStorage::Fallback::is(const ErrorStorage* storage)
 {
     return storage == &memory();
@@ -62,25 +141,14 @@ bool ErrorStorage::Fallback::is(const ErrorStorage* storage)
 
 char* ErrorStorage::Fallback::record(const Entry& entry)
 {
-    const Locked locked;
-    Fallback& storage = instance();
-
-    while (entry.raise && storage.isPending())
-        storage.dumpPending();
-    if (!entry.raise && storage.isPending() && storage.m_count >= CAPACITY) storage.warnAhead();
-
-    // Others may have recorded during the reports; from here on nobody does.
-    storage.startChain(entry.raise);
-    return storage.fill(storage.advance(), entry);
-}
-
-/// Returns the storage, created by the first call. Requires the lock.
-ErrorStorage::Fallback& ErrorStorage::Fallback::instance()
-{
-    static bool s_created = false;
-    if (!s_created) new (&memory()) Fallback;
-    s_created = true;
-    return memory();
+    Displaced displaced;
+    char* buffer = nullptr;
+    {
+        const Locked locked;
+        buffer = instance().store(entry, displaced);
+    }
+    displaced.report(memory());
+    return buffer;
 }
 
 /// The place of the storage, whether it exists yet or not. Nothing ever destroys what is there.
@@ -90,37 +158,23 @@ ErrorStorage::Fallback& ErrorStorage::Fallback::memory()
     return *static_cast<Fallback*>(static_cast<void*>(s_memory));
 }
 
-/// Hands the pending chain to the reaction and drops it. The reaction gets a copy, as the storage
-/// is open to other threads meanwhile.
-void ErrorStorage::Fallback::dumpPending()
+/// Returns the storage, created by the first call. Requires the lock.
+ErrorStorage::Fallback& ErrorStorage::Fallback::instance()
 {
-    ErrorObject chain[CAPACITY];
-    ErrorObject* copy = chain;
-    for (const ErrorObject* error = m_current; error != nullptr; error = error->m_cause, ++copy) {
-        copyWhole(*copy, *error);
-        if (error->m_cause != nullptr) copy->m_cause = copy + 1;
-    }
-    const int count = m_count;
-    clear();
-
-    const Unlocked unlocked;
-    handOver(chain, count);
+    static bool s_isCreated = false;
+    if (!s_isCreated) new (&memory()) Fallback;
+    s_isCreated = true;
+    return memory();
 }
 
-/// Warns that the next error overwrites the oldest one, before it does: the storage is open to
-/// other threads meanwhile and must be whole. On a thread that is bound to the storage, it is
-/// unbound for that time, so that the warning's own report stays without an error context as
-/// everywhere.
-void ErrorStorage::Fallback::warnAhead()
+/// Records without any report. Requires the lock.
+char* ErrorStorage::Fallback::store(const Entry& entry, Displaced& displaced)
 {
-    ErrorObject oldest;
-    copyWhole(oldest, m_errors[m_count % CAPACITY]);
-
-    const Unlocked unlocked;
-    ErrorStorage* const bound = active();
-    activate(nullptr);
-    announceOverwrite(oldest);
-    if (bound != nullptr && active() == nullptr) activate(bound);
+    if (entry.raise && isPending()) displaced.takeChain(m_current, m_count);
+    startChain(entry.raise);
+    ErrorObject& slot = advance();
+    if (m_count > CAPACITY) displaced.takeOldest(slot);
+    return fill(slot, entry);
 }
 
 } // namespace std

@@ -13,7 +13,8 @@
 ///
 /// It is created on first need, which makes it the active storage of the thread that needed it, and
 /// is never destroyed, so that exit handlers can still record errors. Recording is serialised by a
-/// lock that is free while a report runs, so that whatever the report calls may record as well.
+/// lock that is free again when anything is reported: what a recording pushes out of the storage is
+/// copied, and reported once the new error is in its place.
 class ZEL_LOCAL std::ErrorStorage::Fallback : public StdoutDumpErrorStorage
 {
 public:
@@ -24,10 +25,12 @@ public:
     static char* record(const Entry& entry);
 
 private:
-    static Fallback& instance();
+    class Displaced;
+    class Reporter;
+
     static Fallback& memory();
-    void dumpPending();
-    void warnAhead();
+    static Fallback& instance();
+    char* store(const Entry& entry, Displaced& displaced);
 };
 
 #endif // ZELCOMMON_SRC_COMMON_ERROR_ERRORSTORAGEFALLBACK_H

@@ -4,9 +4,11 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "ErrnoKeeper.h"
 #include "ErrorText.h"
+#include "FixedText.h"
 #include "Site.h"
 
 namespace std {
@@ -23,9 +25,9 @@ constexpr int LEADING_COMPONENTS = 4;
 
 /// Returns the last five components of `file`.
 ///
-/// Kept: where there are no more than five, the text begins behind the name's first character,
-/// which for an absolute name is the leading "/" and for a relative one a letter. Those who read
-/// the dumps are used to it.
+/// Kept: where there are two to five, the text begins behind the name's first character, which for
+/// an absolute name is the leading "/" and for a relative one a letter. Those who read the dumps
+/// are used to it.
 const char* lastComponents(const char* file)
 {
     if (file == nullptr) return file;
@@ -40,32 +42,27 @@ const char* lastComponents(const char* file)
     return at + 1;
 }
 
-/// Prints what follows the label of an error's line.
-void printError(const ErrorObject& error)
+/// Prints one error in one call, so that the lines of two threads do not mix.
+void printError(const char* label, const ErrorObject& error)
 {
     const string_view reason = errorcore::printable(errorcore::reasonOf(error));
-    printf(": %.*s [in process/thread '%d/%ld', file '%s', line %d]\n",
+    printf("%s: %.*s [in process/thread '%d/%ld', file '%s', line %d]\n", label,
            static_cast<int>(reason.size()), reason.data(), error.m_process,
            errorcore::threadNumber(error.m_thread),
            errorcore::printable(lastComponents(error.m_file)), error.m_line);
-}
-
-void printSingle(const char* text, const ErrorObject& error)
-{
-    printf("%s", text);
-    printError(error);
 }
 
 void printLinked(const char* text, const ErrorObject* error, unsigned int count)
 {
     printf("%s (linked):\n", text);
     for (int number = 1; number <= ErrorStorage::CAPACITY && error != nullptr; ++number) {
-        printf("   %d", number);
-        printError(*error);
+        errorcore::FixedText<sizeof "   8"> label;
+        printError(label.append("   ").append(number).text(), *error);
         error = error->m_cause;
     }
     if (count > ErrorStorage::CAPACITY)
-        printf("%u old attachment(s) overwritten\n", count - ErrorStorage::CAPACITY);
+        printf("%d old attachment(s) overwritten\n",
+               static_cast<int>(count) - ErrorStorage::CAPACITY);
 }
 
 } // namespace
@@ -97,7 +94,7 @@ void ErrorStorage::action_dump_to_stdout(void*, const char* text, const ErrorObj
 
     text = errorcore::printable(text);
     if (error->m_cause == nullptr)
-        printSingle(text, *error);
+        printError(text, *error);
     else
         printLinked(text, error, count);
     fflush(stdout);

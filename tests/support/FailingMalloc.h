@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Replaces the allocator of the test program: counts what the calling thread asks of it, and fails
+// all of that on request. Not for programs under a sanitizer, which brings an allocator of its own.
+//
+//     support::FailingMalloc exhausted;
+//     raise();
+//     EXPECT_EQ(0, exhausted.calls());
+
+#ifndef ZELCOMMON_TESTS_SUPPORT_FAILINGMALLOC_H
+#define ZELCOMMON_TESTS_SUPPORT_FAILINGMALLOC_H
+
+namespace support {
+
+/// What one thread has asked of the allocator so far.
+struct AllocatorCalls
+{
+    /// Attempts to allocate or to resize, the failed ones included.
+    int allocations = 0;
+    /// Releases of a block; that of null does not count.
+    int releases = 0;
+};
+
+/// Returns the calls of the calling thread.
+AllocatorCalls allocatorCalls();
+
+/// While it exists, each attempt of the calling thread to allocate fails. Not to be nested.
+class FailingMalloc
+{
+public:
+    FailingMalloc();
+    ~FailingMalloc();
+    FailingMalloc(const FailingMalloc&) = delete;
+    FailingMalloc& operator=(const FailingMalloc&) = delete;
+
+    /// Returns how often the calling thread has attempted to allocate since the construction.
+    int calls() const;
+
+private:
+    int m_callsBefore;
+};
+
+} // namespace support
+
+#endif // ZELCOMMON_TESTS_SUPPORT_FAILINGMALLOC_H
