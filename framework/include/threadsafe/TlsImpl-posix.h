@@ -30,7 +30,7 @@ public:
 /// One pointer for each thread, empty (null) until the thread stores one.
 ///
 /// The key has no destructor function: when a thread ends, nothing is called for the value that it
-/// left behind. Whoever stores a pointer removes it.
+/// left behind. Whoever stores a pointer removes it. Not async-signal-safe.
 class ZEL_EXPORT TlsImpl : public TlsBase
 {
 public:

@@ -16,7 +16,9 @@ namespace zel {
 
 /// One `T*` for each thread, null until the thread stores one. Owns nothing: whoever stores a
 /// pointer keeps the object alive and removes the pointer before the thread or the object ends.
-/// Not copyable. Construction and destruction end the process if the key cannot be had or freed.
+/// Not copyable, not
+/// async-signal-safe. Construction and destruction end the process if the key cannot be had or
+/// freed.
 template <typename T>
 class Tls
 {
@@ -29,12 +31,17 @@ public:
     /// reason; where that returns, the old value is still stored.
     void set(T* value)
     {
-        const char* const error = m_slot.set(const_cast<void*>(static_cast<const void*>(value)));
+        const char* const error =
+            m_slot.set(const_cast<void*>(static_cast<const volatile void*>(value)));
         if (error != nullptr)
-            std::GlobalErrorHandler::doAbort("framework/include/zel/Tls", 35, "set", "%s", error);
+            std::GlobalErrorHandler::doAbort(FILE_NAME, LINE_SET, "set", "%s", error);
     }
 
 private:
+    // Part of a text that users see, fixed whatever becomes of the code.
+    static constexpr const char* FILE_NAME = "framework/include/zel/Tls";
+    static constexpr int LINE_SET = 35;
+
     threadsafe::TlsImpl m_slot;
 };
 

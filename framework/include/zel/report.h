@@ -19,11 +19,12 @@
 /// the pending error as its cause.
 #define ZEL_RAISE_ON(...) ::std::ErrorOutput(__FILE__, __LINE__, false)(__VA_ARGS__)
 
-/// ZEL_ASSERT(condition): reports a failed assertion if `condition` is false, and goes on.
+/// ZEL_ASSERT(condition): reports a failed assertion if `condition` is false, and goes on. Commas
+/// inside the condition are its own; a message is what ZEL_ASSERT_MSG takes.
 #define ZEL_ASSERT(...)                                                                            \
-    ((__VA_ARGS__) ? static_cast<void>(0)                                                          \
-                   : ::std::GlobalErrorHandler::doAssert(false, #__VA_ARGS__, __FILE__, __LINE__,  \
-                                                         __func__, nullptr))
+    (bool(__VA_ARGS__) ? static_cast<void>(0)                                                      \
+                       : ::std::GlobalErrorHandler::doAssert(false, #__VA_ARGS__, __FILE__,        \
+                                                             __LINE__, __func__, nullptr))
 
 /// ZEL_ASSERT_MSG(condition, format, values...): as ZEL_ASSERT, with a reason. The values are
 /// evaluated only if the assertion fails.
@@ -36,11 +37,13 @@
 #define ZEL_WARN(...)                                                                              \
     ::std::GlobalErrorHandler::doWarning(__FILE__, __LINE__, __func__, __VA_ARGS__)
 
-/// ZEL_ABORT(format, values...): reports a fatal condition and ends the process.
+/// ZEL_ABORT(format, values...): reports a fatal condition and ends the process, unless
+/// `GlobalErrorHandler::s_disable_abort` is set.
 #define ZEL_ABORT(...) ::std::GlobalErrorHandler::doAbort(__FILE__, __LINE__, __func__, __VA_ARGS__)
 
 /// ZEL_OUT_OF_MEMORY(format, values...): reports exhausted memory. Ends the process unless a
-/// handler has dealt with it; then the caller may retry.
+/// handler has dealt with it or `GlobalErrorHandler::s_disable_abort` is set; then the caller may
+/// retry.
 #define ZEL_OUT_OF_MEMORY(...)                                                                     \
     ::std::GlobalErrorHandler::doOutOfMem(__FILE__, __LINE__, __func__, __VA_ARGS__)
 

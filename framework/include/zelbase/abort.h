@@ -18,7 +18,8 @@ namespace zelbase {
 /// says.
 ///
 /// `file` and `function` are printed as given; a null text is printed as "(null)". `format` is a
-/// printf format with its values behind it; a null format prints no message. Allocates nothing.
+/// printf format with its values behind it; a null format prints no message. Allocates nothing. A
+/// pending cancellation of the thread does not keep the process alive. Not async-signal-safe.
 [[noreturn]] ZEL_EXPORT void abort(const char* file, int line, const char* function,
                                    const char* format, ...) ZEL_PRINTF_FORMAT(4, 5);
 

@@ -10,6 +10,7 @@ namespace threadsafe {
 
 namespace {
 
+// Parts of texts that users see, fixed whatever becomes of the code.
 constexpr const char* FILE_NAME = "framework/src/threadsafe/TlsImpl-posix";
 constexpr int LINE_CREATE = 29;
 constexpr int LINE_DELETE = 36;

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <pthread.h>
+
 namespace {
 
 const char* printable(const char* text)
@@ -17,6 +19,8 @@ const char* printable(const char* text)
 
 void zelbase::abort(const char* file, int line, const char* function, const char* format, ...)
 {
+    // Printing is a cancellation point; the thread must not leave instead of the process.
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     if (format != nullptr) {
         va_list values;
         va_start(values, format);

@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <common/error/Error.h>
+#include <common/error/GlobalErrorHandler.h>
 
 #include "support/ChildProcess.h"
 #include "support/DumpText.h"
@@ -39,7 +40,9 @@ using support::runInChildToExit;
 using support::startChain;
 
 /// The longest that a child may take before it counts as stuck.
-constexpr unsigned int STUCK_SECONDS = 60;
+constexpr unsigned int STUCK_SECONDS = 20;
+
+constexpr int FORKS = 200;
 
 /// Runs `body(number)` on 16 threads, numbered from 1, which start at the same time.
 template <typename Body>
@@ -164,7 +167,7 @@ TEST(ErrorStorageFallback, ForkWhileAnotherThreadRecords_ChildRecords)
         std::atomic<bool> recording{false};
         std::atomic<bool> stop{false};
         // Bound to the storage, it acknowledges its errors: nothing is dumped, and the lock is
-        // taken most of the time.
+        // taken much of the time.
         std::thread recorder([&] {
             while (!stop) {
                 startChain(1);
@@ -175,7 +178,9 @@ TEST(ErrorStorageFallback, ForkWhileAnotherThreadRecords_ChildRecords)
         while (!recording)
             std::this_thread::yield();
 
-        for (int round = 0; round < 20; ++round) {
+        // Enough of them that some come while the lock is taken.
+        bool isAlive = true;
+        for (int round = 0; round < FORKS && isAlive; ++round) {
             const pid_t child = fork();
             if (child == 0) {
                 alarm(STUCK_SECONDS);
@@ -184,14 +189,15 @@ TEST(ErrorStorageFallback, ForkWhileAnotherThreadRecords_ChildRecords)
             }
             int status = 0;
             waitpid(child, &status, 0);
-            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7);
+            isAlive = WIFEXITED(status) && WEXITSTATUS(status) == 7;
         }
+        EXPECT_TRUE(isAlive);
         stop = true;
         recorder.join();
     });
     EXPECT_EQ(0, result.exitCode) << result.out;
     EXPECT_EQ("", result.err);
-    EXPECT_EQ(20, occurrences(result.out, "file 'pump.c', line 2]\n"));
+    EXPECT_EQ(FORKS, occurrences(result.out, "file 'pump.c', line 2]\n"));
 }
 
 TEST(ErrorStorageFallback, ForkedChild_RecordsItsOwnProcess)
@@ -262,11 +268,11 @@ ssize_t recordLast(void*, const char*, size_t size)
     return static_cast<ssize_t>(size);
 }
 
-/// Has the C library call `recordLast` as it closes the streams, which is the end of the process:
+/// Has the C library call `record` as it closes the streams, which is the end of the process:
 /// the static objects, those of the library included, are gone by then.
-void recordAfterAllStaticObjects()
+void recordAfterAllStaticObjects(cookie_write_function_t* record = recordLast)
 {
-    FILE* const stream = fopencookie(nullptr, "w", {nullptr, recordLast, nullptr, nullptr});
+    FILE* const stream = fopencookie(nullptr, "w", {nullptr, record, nullptr, nullptr});
     fputs("unwritten", stream);
 }
 
@@ -299,6 +305,27 @@ TEST(ErrorStorageFallback, AfterAllStaticObjects_ThreadHasLostItsStorage)
     });
     EXPECT_EQ("unhandled error" + dumped(result, 2) + "11, error 0, id 0\n", result.out);
     EXPECT_EQ("", result.err);
+}
+
+ssize_t overwriteLast(void*, const char*, size_t size)
+{
+    addToChain(1, 9);
+    return static_cast<ssize_t>(size);
+}
+
+TEST(ErrorStorageFallback, AfterAllStaticObjects_WarningHandlerMayRecord)
+{
+    const ChildResult result = runInChildToExit([] {
+        std::GlobalErrorHandler::atWarning([](const char*, const char*) {
+            static int s_calls = 0;
+            if (++s_calls == 20) _exit(1);
+            addToChain(21);
+        });
+        recordAfterAllStaticObjects(overwriteLast);
+    });
+    EXPECT_EQ(0, result.exitCode);
+    EXPECT_EQ(1, occurrences(result.err, "An error was overwritten: pump.c:1, id = 1,"));
+    EXPECT_EQ(1, occurrences(result.err, "An error was overwritten"));
 }
 
 struct RecordingAtDestruction

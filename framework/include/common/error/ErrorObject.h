@@ -25,7 +25,10 @@ struct ZEL_EXPORT ErrorObject
     static constexpr size_t REASON_SIZE = 256;
 
     /// An empty object: all fields zero or null, the reason "".
-    ErrorObject();
+    constexpr ErrorObject()
+        : m_type(nullptr), m_id(0), m_file(nullptr), m_line(0), m_reason(m_buffer), m_buffer(),
+          m_thread(), m_process(0), m_cause(nullptr)
+    {}
 
     /// A copy without a cause. Its reason is its own: the first 255 characters of the source's.
     ErrorObject(const ErrorObject& other);

@@ -29,13 +29,15 @@ struct ErrorID
 class ZEL_EXPORT ErrorType
 {
 public:
-    /// A root category over `table[0..count)`, which is not copied and must outlive the type.
+    /// A root category over `table[0..count)`, which is not copied and must outlive the type. A
+    /// null table has no rows, and each look-up asserts.
     constexpr ErrorType(const ErrorID* table, unsigned int count)
         : m_idtable(table), m_parent(nullptr), m_count(count)
     {}
 
     /// A category derived from `parent`, of which only the address is kept. `parent` may be
-    /// constructed later, as long as that is before the first look-up.
+    /// constructed later, as long as that is before the first look-up. Requires that no type is its
+    /// own ancestor.
     constexpr ErrorType(const ErrorID* table, unsigned int count, const ErrorType& parent)
         : m_idtable(table), m_parent(&parent), m_count(count)
     {}
@@ -46,8 +48,8 @@ public:
     /// Returns true if `other` is this type or one of its ancestors.
     bool isA(const ErrorType& other) const;
 
-    /// Returns the message of row `id`, or "" if there is none.
-    /// Asserts that there is a table ("m_idtable"), then goes on with "".
+    /// Returns the message of row `id`, null if that is what the row holds, or "" if there is no
+    /// row. Asserts that there is a table ("m_idtable"), then goes on with "".
     const char* getMessageString(int id) const;
 
     /// Returns the number of values that the message of row `id` consumes, or 0 if there is no row.
@@ -56,6 +58,7 @@ public:
 
 private:
     ZEL_LOCAL const ErrorID* find(int id) const;
+    ZEL_LOCAL static void checkLayout();
 
     const ErrorID* m_idtable;
     const ErrorType* m_parent;

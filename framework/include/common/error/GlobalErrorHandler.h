@@ -21,8 +21,9 @@ namespace std {
 /// message, cut after 1023 characters; a null `format` gives the empty text. Both live until the
 /// handler returns.
 ///
-/// Any thread may register and report at any time; nothing here takes a lock. `errno` survives a
-/// report. Not async-signal-safe.
+/// Any thread may register and report at any time; there is no lock but that of the stream that a
+/// default report writes to. `errno` survives a report, and a cancellation of the thread waits
+/// until it is over. A handler may report, register and raise errors itself. Not async-signal-safe.
 class ZEL_EXPORT GlobalErrorHandler
 {
 public:
@@ -36,9 +37,9 @@ public:
     static constexpr int MAX_HANDLERS = 8;
 
     /// Registers a handler for the rest of the process; registered twice, it is called twice. A
-    /// handler that is registered during a report is not called by that report.
-    /// Returns false (0) if the handler was stored.
-    /// Returns true (1) if the table was full and the handler was refused.
+    /// handler that is registered during a report is not called by that report. A null handler
+    /// takes its place and is never called. Returns false (0) if the handler was stored. Returns
+    /// true (1) if the table was full and the handler was refused.
     static bool atAbort(AbortHandler handler);
     static bool atAssert(AssertHandler handler);     ///< As `atAbort`.
     static bool atWarning(WarningHandler handler);   ///< As `atAbort`.

@@ -4,19 +4,22 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <string_view>
 
 #include <pthread.h>
 
+#include "../../zelbase/constantInit.h"
 #include "../../zelbase/processId-posix.h"
 #include "ErrnoKeeper.h"
 #include "ErrorStorageEntry.h"
 #include "ErrorText.h"
 #include "ReasonList.h"
+#include "ReportGuard.h"
 #include "Site.h"
 
-std::ErrorApi zel_error;
+ZELCOMMON_CONSTANT_INIT std::ErrorApi zel_error;
 
 namespace std {
 
@@ -42,12 +45,13 @@ using ReasonBuffer = char[ErrorObject::REASON_SIZE];
 // The format is a row of a table, which no compiler can hold against the values.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-/// Formats into a buffer beside the storage, as the values may lie in the slot that is reused.
+/// Formats into a buffer beside the storage, as the values may lie in the slot that is reused. A
+/// formatting that fails leaves a terminated part of the text.
 void format(ReasonBuffer& buffer, const char* message, va_list values)
 {
     const errorcore::ErrnoKeeper errnoKeeper;
-    buffer[0] = '\0';
-    if (vsnprintf(buffer, FORMAT_SIZE, message, values) < 0) buffer[sizeof buffer - 1] = '\0';
+    memset(buffer, 0, sizeof buffer);
+    vsnprintf(buffer, FORMAT_SIZE, message, values);
 }
 #pragma GCC diagnostic pop
 
@@ -146,7 +150,7 @@ bool ErrorOutput::attempt(const ErrorType& type, int id, va_list values) const
     ErrorStorage::record(entry, noStorage);
     if (!noStorage) return true;
 
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     reportMissingStorage(entry.reason != nullptr ? entry.reason : buffer);
     ErrorStorage::createOnHeap();
     return false;

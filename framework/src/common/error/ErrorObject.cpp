@@ -26,11 +26,6 @@ static_assert(offsetof(ErrorObject, m_cause) == 284);
 static_assert(sizeof(ErrorObject) == 288);
 #endif
 
-ErrorObject::ErrorObject()
-    : m_type(nullptr), m_id(0), m_file(nullptr), m_line(0), m_reason(m_buffer), m_buffer(),
-      m_thread(), m_process(0), m_cause(nullptr)
-{}
-
 ErrorObject::ErrorObject(const ErrorObject& other) : ErrorObject()
 {
     *this = other;

@@ -12,6 +12,7 @@
 
 #include <threadsafe/TlsImpl-posix.h>
 
+#include "../../zelbase/constantInit.h"
 #include "../../zelbase/initPriority.h"
 #include "../../zelbase/processId-posix.h"
 #include "ErrnoKeeper.h"
@@ -69,6 +70,8 @@ ErrorStorage::ErrorStorage(Action action)
 
 ErrorStorage::~ErrorStorage()
 {
+    // Once the slot is gone, no storage is active and the order means nothing.
+    if (!s_slotUsable.load(memory_order_relaxed)) return;
     errorcore::assertAt(DESTRUCTOR_SITE, active() == this, "tls.get()==this");
     if (active() == this || leaveChain()) activate(m_previous);
 }
@@ -100,7 +103,7 @@ void ErrorStorage::clear()
 
 ErrorObject* ErrorStorage::get()
 {
-    static ErrorObject s_empty;
+    ZELCOMMON_CONSTANT_INIT static ErrorObject s_empty;
     ErrorObject* const error = current();
     return error != nullptr ? error : &s_empty;
 }

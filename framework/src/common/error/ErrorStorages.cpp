@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "ErrnoKeeper.h"
 #include "ErrorText.h"
 #include "FixedText.h"
+#include "ReportGuard.h"
 #include "Site.h"
 
 namespace std {
@@ -88,7 +88,7 @@ CustomErrorStorage::CustomErrorStorage(Action action) : ErrorStorage(action) {}
 void ErrorStorage::action_dump_to_stdout(void*, const char* text, const ErrorObject* error,
                                          unsigned int count)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     errorcore::assertAt(DUMP_SITE, error != nullptr, "obj");
     if (error == nullptr) return;
 
@@ -112,7 +112,7 @@ void ErrorStorage::action_dump_and_abort(void*, const char* text, const ErrorObj
 void ErrorStorage::action_trace(void* data, const char* text, const ErrorObject* error,
                                 unsigned int count)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     errorcore::assertAt(TRACE_SITE, data != nullptr, "data");
     // Kept: the placeholder stands until trace channels report errors; scripts look for it.
     puts("TODO: TRACE THIS");

@@ -3,10 +3,14 @@
 #include <common/error/ErrorType.h>
 
 #include <cstddef>
+#include <iterator>
 
+#include "../../zelbase/constantInit.h"
 #include "Site.h"
 
 static_assert(sizeof(int) == 4, "ids and counts are 32 bits wide");
+static_assert(offsetof(std::ErrorID, message) == sizeof(void*));
+static_assert(offsetof(std::ErrorID, argCount) == 2 * sizeof(void*));
 
 namespace {
 
@@ -36,18 +40,13 @@ constexpr std::ErrorID COMMAND_LINE_TABLE[] = {
     {2, "%s", 1},
 };
 
-template <std::size_t COUNT>
-constexpr unsigned int rowsOf(const std::ErrorID (&)[COUNT])
-{
-    return static_cast<unsigned int>(COUNT);
-}
-
 } // namespace
 
 namespace std {
 
-ErrorType CommonError(COMMON_TABLE, rowsOf(COMMON_TABLE));
-ErrorType CommonCriticalError(COMMON_CRITICAL_TABLE, rowsOf(COMMON_CRITICAL_TABLE));
+ZELCOMMON_CONSTANT_INIT ErrorType CommonError(COMMON_TABLE, std::size(COMMON_TABLE));
+ZELCOMMON_CONSTANT_INIT ErrorType CommonCriticalError(COMMON_CRITICAL_TABLE,
+                                                      std::size(COMMON_CRITICAL_TABLE));
 
 bool ErrorType::isA(const ErrorType& other) const
 {
@@ -70,6 +69,13 @@ int ErrorType::getArgumentCount(int id) const
     return row != nullptr ? row->argCount : 0;
 }
 
+void ErrorType::checkLayout()
+{
+    static_assert(offsetof(ErrorType, m_idtable) == 0);
+    static_assert(offsetof(ErrorType, m_parent) == sizeof(void*));
+    static_assert(offsetof(ErrorType, m_count) == 2 * sizeof(void*));
+}
+
 /// Returns row `id`, or null if there is none.
 const ErrorID* ErrorType::find(int id) const
 {
@@ -85,4 +91,5 @@ const ErrorID* ErrorType::find(int id) const
 
 } // namespace std
 
-std::ErrorType TCLAP::Error(COMMAND_LINE_TABLE, rowsOf(COMMAND_LINE_TABLE));
+ZELCOMMON_CONSTANT_INIT std::ErrorType TCLAP::Error(COMMAND_LINE_TABLE,
+                                                    std::size(COMMAND_LINE_TABLE));

@@ -10,11 +10,12 @@
 
 #include <pthread.h>
 
+#include "../../zelbase/constantInit.h"
 #include "../../zelbase/processId-posix.h"
-#include "ErrnoKeeper.h"
 #include "ErrorText.h"
 #include "FixedText.h"
 #include "ReasonList.h"
+#include "ReportGuard.h"
 
 namespace std {
 
@@ -31,9 +32,7 @@ public:
     Report(const char* file, int line, const char* function, const char* format, va_list values)
     {
         m_location.append(file).append(":").append(line).append(", ").append(function).append("()");
-        m_reason[0] = '\0';
-        if (format != nullptr && vsnprintf(m_reason, sizeof m_reason, format, values) < 0)
-            m_reason[sizeof m_reason - 1] = '\0';
+        if (format != nullptr) vsnprintf(m_reason, sizeof m_reason, format, values);
     }
 
     const Location& location() const { return m_location; }
@@ -41,7 +40,7 @@ public:
 
 private:
     Location m_location;
-    char m_reason[1023 + 1]; // limit + terminator
+    char m_reason[1023 + 1] = {}; // limit + terminator
 };
 
 /// Stores `handler` in the next slot of `table`. Returns true if there is none.
@@ -61,10 +60,10 @@ template <typename Handler, typename Call>
 bool notify(Handler (&table)[GlobalErrorHandler::MAX_HANDLERS], int& count, const Report& report,
             Call call)
 {
-    const unsigned int attempts =
-        static_cast<unsigned int>(__atomic_load_n(&count, __ATOMIC_SEQ_CST));
-    for (unsigned int slot = min<unsigned int>(attempts, GlobalErrorHandler::MAX_HANDLERS);
-         slot-- > 0;) {
+    // Refused attempts are counted too, and a count that has run over is negative: all slots.
+    const auto attempts = static_cast<unsigned int>(__atomic_load_n(&count, __ATOMIC_SEQ_CST));
+    unsigned int slot = min<unsigned int>(attempts, GlobalErrorHandler::MAX_HANDLERS);
+    while (slot-- > 0) {
         // Empty: a registration that has its number but has not stored its handler yet.
         const Handler handler = __atomic_load_n(&table[slot], __ATOMIC_ACQUIRE);
         if (handler == nullptr) continue;
@@ -74,7 +73,7 @@ bool notify(Handler (&table)[GlobalErrorHandler::MAX_HANDLERS], int& count, cons
     return false;
 }
 
-/// Collects small pieces of text for one write to standard error.
+/// Collects small pieces of text for few writes to standard error.
 class StandardErrorSink
 {
 public:
@@ -133,17 +132,21 @@ void printErrorContext()
 
 } // namespace
 
-GlobalErrorHandler::AbortHandler GlobalErrorHandler::s_abort_handlers[MAX_HANDLERS];
-GlobalErrorHandler::AssertHandler GlobalErrorHandler::s_assert_handlers[MAX_HANDLERS];
-GlobalErrorHandler::WarningHandler GlobalErrorHandler::s_warning_handlers[MAX_HANDLERS];
-GlobalErrorHandler::OutOfMemHandler GlobalErrorHandler::s_outofmem_handlers[MAX_HANDLERS];
+ZELCOMMON_CONSTANT_INIT GlobalErrorHandler::AbortHandler
+    GlobalErrorHandler::s_abort_handlers[MAX_HANDLERS];
+ZELCOMMON_CONSTANT_INIT GlobalErrorHandler::AssertHandler
+    GlobalErrorHandler::s_assert_handlers[MAX_HANDLERS];
+ZELCOMMON_CONSTANT_INIT GlobalErrorHandler::WarningHandler
+    GlobalErrorHandler::s_warning_handlers[MAX_HANDLERS];
+ZELCOMMON_CONSTANT_INIT GlobalErrorHandler::OutOfMemHandler
+    GlobalErrorHandler::s_outofmem_handlers[MAX_HANDLERS];
 
-int GlobalErrorHandler::s_num_abort_handlers = 0;
-int GlobalErrorHandler::s_num_assert_handlers = 0;
-int GlobalErrorHandler::s_num_warning_handlers = 0;
-int GlobalErrorHandler::s_num_outofmem_handlers = 0;
+ZELCOMMON_CONSTANT_INIT int GlobalErrorHandler::s_num_abort_handlers = 0;
+ZELCOMMON_CONSTANT_INIT int GlobalErrorHandler::s_num_assert_handlers = 0;
+ZELCOMMON_CONSTANT_INIT int GlobalErrorHandler::s_num_warning_handlers = 0;
+ZELCOMMON_CONSTANT_INIT int GlobalErrorHandler::s_num_outofmem_handlers = 0;
 
-bool GlobalErrorHandler::s_disable_abort = false;
+ZELCOMMON_CONSTANT_INIT bool GlobalErrorHandler::s_disable_abort = false;
 
 bool GlobalErrorHandler::atAbort(AbortHandler handler)
 {
@@ -168,7 +171,7 @@ bool GlobalErrorHandler::atOutOfMem(OutOfMemHandler handler)
 void GlobalErrorHandler::doAbort(const char* file, int line, const char* function,
                                  const char* format, ...)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     va_list values;
     va_start(values, format);
     const Report report(file, line, function, format, values);
@@ -187,7 +190,7 @@ void GlobalErrorHandler::doAssert(bool condition, const char* conditionText, con
                                   int line, const char* function, const char* format, ...)
 {
     if (condition) return;
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     va_list values;
     va_start(values, format);
     const Report report(file, line, function, format, values);
@@ -204,7 +207,7 @@ void GlobalErrorHandler::doAssert(bool condition, const char* conditionText, con
 void GlobalErrorHandler::doWarning(const char* file, int line, const char* function,
                                    const char* format, ...)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     va_list values;
     va_start(values, format);
     const Report report(file, line, function, format, values);
@@ -221,7 +224,7 @@ void GlobalErrorHandler::doWarning(const char* file, int line, const char* funct
 void GlobalErrorHandler::doOutOfMem(const char* file, int line, const char* function,
                                     const char* format, ...)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     va_list values;
     va_start(values, format);
     const Report report(file, line, function, format, values);
@@ -238,7 +241,7 @@ void GlobalErrorHandler::doOutOfMem(const char* file, int line, const char* func
 
 void GlobalErrorHandler::defaultAbortHandler(const char* location, const char* reason)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     printHeading("Abort was called", location);
     // Kept: only the abort report gives the error context before the reason; its readers match it.
     printErrorContext();
@@ -249,7 +252,7 @@ void GlobalErrorHandler::defaultAbortHandler(const char* location, const char* r
 void GlobalErrorHandler::defaultAssertHandler(const char* condition, const char* location,
                                               const char* reason)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     printHeading("Assert failed", location);
     fprintf(stderr, "Condition: \"%s\"\n", errorcore::printable(condition));
     printReason(reason);
@@ -259,7 +262,7 @@ void GlobalErrorHandler::defaultAssertHandler(const char* condition, const char*
 
 void GlobalErrorHandler::defaultWarningHandler(const char* location, const char* reason)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     printHeading("Warning triggered", location);
     printReason(reason);
     printErrorContext();
@@ -268,7 +271,7 @@ void GlobalErrorHandler::defaultWarningHandler(const char* location, const char*
 
 bool GlobalErrorHandler::defaultOutOfMemHandler(const char* location, const char* reason)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
+    const errorcore::ReportGuard guard;
     printHeading("Out of memory encountered", location);
     printReason(reason);
     printErrorContext();
