@@ -16,3 +16,9 @@ if(ZELCOMMON_SANITIZE)
     -fsanitize=${ZELCOMMON_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(zelcommon_options INTERFACE -fsanitize=${ZELCOMMON_SANITIZE})
 endif()
+
+if(ZELCOMMON_COVERAGE)
+  target_compile_options(zelcommon_options INTERFACE
+    --coverage -fprofile-update=atomic -fno-inline)
+  target_link_options(zelcommon_options INTERFACE --coverage)
+endif()

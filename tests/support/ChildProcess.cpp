@@ -2,6 +2,7 @@
 
 #include "support/ChildProcess.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,8 +12,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Present in coverage builds only.
-extern "C" void __gcov_dump() __attribute__((weak));
+#ifdef SUPPORT_COVERAGE
+extern "C" void __gcov_dump();
+#endif
 
 namespace support {
 
@@ -63,12 +65,20 @@ void dropEmulatorNote(std::string& text)
     if (note != std::string::npos) text.resize(note);
 }
 
+/// Writes down what the child has run, where that is counted.
+void saveCoverage()
+{
+#ifdef SUPPORT_COVERAGE
+    __gcov_dump();
+#endif
+}
+
 [[noreturn]] void leave(bool throughExit)
 {
     const int code = testing::Test::HasFailure() ? 1 : 0;
     if (throughExit) exit(code);
     fflush(nullptr);
-    if (__gcov_dump != nullptr) __gcov_dump();
+    saveCoverage();
     _exit(code);
 }
 
@@ -82,6 +92,9 @@ ChildResult run(const std::function<void()>& body, bool throughExit)
     if (result.pid == 0) {
         redirect(out, STDOUT_FILENO);
         redirect(err, STDERR_FILENO);
+#ifdef SUPPORT_COVERAGE
+        signal(SIGABRT, [](int) { saveCoverage(); });
+#endif
         body();
         leave(throughExit);
     }

@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <csignal>
 #include <thread>
+#include <type_traits>
 
+#include <common/error/ErrorStorage.h>
 #include <gtest/gtest.h>
 
 #include "support/ChildProcess.h"
@@ -17,6 +19,7 @@ int s_createResult = 0;
 int s_deleteResult = 0;
 int s_setResult = 0;
 void (*s_keyDestructor)(void*) = nullptr;
+int s_keysCreated = 0;
 int s_keysDeleted = 0;
 
 } // namespace
@@ -27,6 +30,7 @@ int interposed_pthread_key_create(pthread_key_t* key, void (*destructor)(void*))
 {
     if (s_createResult != 0) return s_createResult;
     s_keyDestructor = destructor;
+    ++s_keysCreated;
     return pthread_key_create(key, destructor);
 }
 
@@ -46,6 +50,17 @@ int interposed_pthread_setspecific(pthread_key_t key, const void* value) noexcep
 } // extern "C"
 
 namespace {
+
+static_assert(!std::is_copy_constructible_v<threadsafe::TlsImpl>);
+static_assert(!std::is_copy_assignable_v<threadsafe::TlsImpl>);
+static_assert(std::is_nothrow_destructible_v<threadsafe::TlsImpl>);
+
+// Runs first: later tests create slots of their own.
+TEST(TlsImpl, LibraryCreatesExactlyOneAtLoad)
+{
+    EXPECT_FALSE(std::ErrorStorage::isError(false)); // has the slot linked in
+    EXPECT_EQ(1, s_keysCreated);
+}
 
 TEST(TlsImpl, IsEmptyAtFirst)
 {

@@ -328,4 +328,15 @@ TEST(ErrorObject, Layout_TypeComesFirst)
     EXPECT_EQ(256U, sizeof(ErrorObject::m_buffer));
 }
 
+TEST(ErrorObject, Assign_ShortReasonOverAFullBuffer_EndsTheBufferToo)
+{
+    std::ErrorObject full;
+    std::memset(full.m_buffer, 'y', sizeof full.m_buffer);
+    std::ErrorObject brief;
+    brief.m_reason = "dry";
+    full = brief;
+    EXPECT_STREQ("dry", full.m_reason);
+    EXPECT_EQ('\0', full.m_buffer[255]);
+}
+
 } // namespace

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <thread>
 #include <type_traits>
 
 #include <common/error/Error.h>
@@ -301,6 +302,25 @@ TEST(TraceErrorStorage, PrintsThePlaceholderAndTheDump)
     });
     EXPECT_EQ("TODO: TRACE THIS\nunhandled error: first" + place(result, "7"), result.out);
     EXPECT_EQ("", result.err);
+}
+
+TEST(Dump, LinesOfSeveralThreadsStayWhole)
+{
+    const support::ChildResult result = support::runInChild([] {
+        const auto dump = [] {
+            std::ErrorObject error;
+            error.m_file = "valve";
+            for (int count = 0; count < 200; ++count)
+                std::ErrorStorage::action_dump_to_stdout(nullptr, "unhandled error", &error, 1);
+        };
+        std::thread threads[] = {std::thread(dump), std::thread(dump), std::thread(dump)};
+        for (std::thread& thread : threads)
+            thread.join();
+    });
+    const std::string line = "unhandled error:  [in process/thread '0/0', file 'valve', line 0]\n";
+    ASSERT_EQ(600 * line.size(), result.out.size());
+    for (size_t at = 0; at < result.out.size(); at += line.size())
+        ASSERT_EQ(line, result.out.substr(at, line.size()));
 }
 
 } // namespace

@@ -376,4 +376,17 @@ TEST(GlobalErrorHandler, DoOutOfMem_EndsTheProcess_WithoutHandlers)
     EXPECT_EQ(pumpReport<support::OutOfMem>(result), result.err);
 }
 
+TEST(GlobalErrorHandler, NullHandler_TakesAPlaceAndIsSkipped)
+{
+    const ChildResult result = runInChild([] {
+        EXPECT_FALSE(GlobalErrorHandler::atWarning(nullptr));
+        EXPECT_FALSE(GlobalErrorHandler::atWarning(
+            [](const char*, const char*) { std::fputs("A", stderr); }));
+        EXPECT_EQ(2, GlobalErrorHandler::s_num_warning_handlers);
+        GlobalErrorHandler::doWarning("a", 1, "f", nullptr);
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(0U, result.err.find("A")) << result.err;
+}
+
 } // namespace
