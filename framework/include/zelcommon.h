@@ -11,10 +11,15 @@
 #include <common/error/ErrorStorages.h>
 #include <common/error/ErrorType.h>
 #include <common/error/GlobalErrorHandler.h>
+#include <threadsafe/ConditionImpl-posix.h>
+#include <threadsafe/MutexImpl-posix.h>
 #include <threadsafe/TlsImpl-posix.h>
+#include <zel/Condition.h>
+#include <zel/Mutex.h>
 #include <zel/Tls.h>
 #include <zel/attributes.h>
 #include <zel/report.h>
 #include <zelbase/abort.h>
+#include <zelbase/time.h>
 
 #endif // ZELCOMMON_ZELCOMMON_H

@@ -36,7 +36,9 @@ void DeviceList::load(ListReport& report)
         return;
     }
     for (std::string line;;) {
-        switch (reader.next(line)) {
+        const LineReader::Result result = reader.next(line);
+        report.setLines(reader.number());
+        switch (result) {
         case LineReader::Result::LINE: takeLine(line, reader.number(), report); break;
         case LineReader::Result::BROKEN: reject(reader.number(), report); break;
         case LineReader::Result::END: return;

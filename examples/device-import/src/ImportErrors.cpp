@@ -11,6 +11,7 @@ namespace {
 constexpr std::ErrorID IMPORT_TABLE[] = {
     {IMPORT_SYSTEM_CALL, "%s: %s", 2},
     {IMPORT_PROVOKED, "Trouble was asked for", 0},
+    {IMPORT_STALLED, "no device list came to its end within %d ms", 1},
 };
 
 constexpr std::ErrorID LIST_TABLE[] = {

@@ -28,6 +28,7 @@ extern std::ErrorType RepairableError;
 enum {
     IMPORT_SYSTEM_CALL, ///< const char* call, const char* text of errno
     IMPORT_PROVOKED,    ///< none
+    IMPORT_STALLED,     ///< int milliseconds
 };
 
 /// Rows of ListError, with their values.

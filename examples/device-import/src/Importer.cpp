@@ -5,94 +5,108 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
-#include <system_error>
+#include <map>
 #include <thread>
+#include <utility>
 
-#include <common/error/ErrorStorages.h>
-
-#include "DeviceList.h"
-#include "ListReport.h"
+#include "ImportWorkers.h"
 
 namespace deviceimport {
 
 namespace {
 
-/// Files that are read at the same time.
-constexpr std::size_t MAX_THREADS = 16;
+/// Bounds of the number of threads. A single one would let one file that hangs stop all.
+constexpr std::size_t MIN_WORKERS = 2;
+constexpr std::size_t MAX_WORKERS = 8;
 
-/// The trace channel for the errors of an import.
-constexpr int TRACE_CHANNEL = 1;
+/// Jobs for each thread that are given and not taken back: enough that none is idle.
+constexpr std::size_t JOBS_PER_WORKER = 4;
 
-template <typename Storage, typename... Values>
-void importUnder(ListReport& report, Values... values)
+std::size_t workerCount(std::size_t files)
 {
-    const Storage errors(values...);
-    DeviceList list;
-    list.load(report);
-    report.finish(list.devices().size());
+    const std::size_t cores = std::thread::hardware_concurrency();
+    return std::min(std::clamp(cores, MIN_WORKERS, MAX_WORKERS), files);
 }
 
-/// Imports one file in the calling thread, which is given a storage of kind `storage` for it.
-void importFile(ListReport& report, StorageKind storage)
+/// Prints results in the order of their places, whatever order they come in.
+class ResultPrinter
 {
-    switch (storage) {
-    case StorageKind::NONE:
-    case StorageKind::STDOUT: importUnder<std::StdoutDumpErrorStorage>(report); break;
-    case StorageKind::ABORT: importUnder<std::AbortErrorStorage>(report); break;
-    case StorageKind::TRACE: importUnder<std::TraceErrorStorage>(report, TRACE_CHANNEL); break;
+public:
+    void add(ImportResult result)
+    {
+        m_waiting.emplace(result.place, std::move(result));
+        for (auto first = m_waiting.find(m_next); first != m_waiting.end();
+             first = m_waiting.find(m_next)) {
+            print(first->second);
+            m_waiting.erase(first);
+            ++m_next;
+        }
     }
+
+    /// Returns true if the result of `place` was added.
+    bool has(std::size_t place) const { return place < m_next || m_waiting.count(place) != 0; }
+
+    const ImportTotal& total() const { return m_total; }
+
+private:
+    void print(const ImportResult& result)
+    {
+        std::fwrite(result.text.data(), 1, result.text.size(), stdout);
+        m_total.clean = m_total.clean && result.clean;
+        m_total.lines += result.lines;
+    }
+
+    std::map<std::size_t, ImportResult> m_waiting;
+    std::size_t m_next = 0;
+    ImportTotal m_total;
+};
+
+/// Has all files imported, with at most `window` of them given to the workers at a time.
+/// Returns false if the workers failed before all was done.
+bool importAll(const std::vector<std::string>& names, std::size_t window, ImportWorkers& workers,
+               ResultPrinter& printer)
+{
+    std::size_t given = 0;
+    for (std::size_t taken = 0; taken < names.size(); ++taken) {
+        for (; given < std::min(taken + window, names.size()); ++given) {
+            if (!workers.give({given, names[given]})) return false;
+        }
+        ImportResult result;
+        if (!workers.take(result)) return false;
+        printer.add(std::move(result));
+    }
+    return true;
 }
 
-/// Starts the import of one file. Without a thread to be had, imports it before it returns.
-std::thread start(ListReport& report, StorageKind storage)
+/// Takes what the failed workers did bring to an end, and reports the other files as missed.
+void giveUp(const std::vector<std::string>& names, StorageKind storage, ImportWorkers& workers,
+            ResultPrinter& printer)
 {
-    try {
-        return std::thread([&report, storage] { importFile(report, storage); });
-    } catch (const std::system_error&) {
-        importFile(report, storage);
-        return {};
+    for (ImportResult result; workers.take(result);)
+        printer.add(std::move(result));
+    for (std::size_t place = 0; place < names.size(); ++place) {
+        if (printer.has(place)) continue;
+        workers.raiseFailure();
+        printer.add(missJob({place, names[place]}, storage));
     }
-}
-
-/// Imports the files of `reports` at the same time, and returns when all are done.
-void importTogether(std::vector<ListReport>& reports, StorageKind storage)
-{
-    std::vector<std::thread> threads;
-    threads.reserve(reports.size());
-    for (ListReport& report : reports)
-        threads.push_back(start(report, storage));
-    for (std::thread& thread : threads) {
-        if (thread.joinable()) thread.join();
-    }
-}
-
-bool print(const std::vector<ListReport>& reports)
-{
-    bool clean = true;
-    for (const ListReport& report : reports) {
-        std::fwrite(report.text().data(), 1, report.text().size(), stdout);
-        clean = clean && report.isClean();
-    }
-    return clean;
 }
 
 } // namespace
 
-bool importFiles(const std::vector<std::string>& names, StorageKind storage)
+ImportTotal importFiles(const std::vector<std::string>& names, StorageKind storage,
+                        zelbase::Duration timeout)
 {
-    const bool collect = storage == StorageKind::NONE;
-    const auto errors = collect ? ListReport::Errors::COLLECT : ListReport::Errors::LEAVE_PENDING;
-    const std::size_t batch = collect ? MAX_THREADS : 1;
+    if (names.empty()) return {};
 
-    bool clean = true;
-    for (std::size_t first = 0; first < names.size(); first += batch) {
-        std::vector<ListReport> reports;
-        for (std::size_t at = first; at < std::min(first + batch, names.size()); ++at)
-            reports.emplace_back(names[at], errors);
-        importTogether(reports, storage);
-        clean = print(reports) && clean;
-    }
-    return clean;
+    // With a storage that prints by itself, the report on a file comes before the next file begins.
+    const bool together = storage == StorageKind::NONE;
+    const std::size_t count = together ? workerCount(names.size()) : 1;
+    const std::size_t window = together ? count * JOBS_PER_WORKER : 1;
+
+    ImportWorkers workers(count, window, storage, timeout);
+    ResultPrinter printer;
+    if (!importAll(names, window, workers, printer)) giveUp(names, storage, workers, printer);
+    return printer.total();
 }
 
 } // namespace deviceimport

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Imports several files, each in a thread with an error storage of its own.
+// Imports several files, each in one of a few threads and with an error storage of its own.
 //
-//     const bool clean = importFiles({"east.csv", "west.csv"}, StorageKind::NONE);
+//     const ImportTotal total = importFiles({"east.csv", "west.csv"}, StorageKind::NONE, timeout);
+//     return total.clean ? 0 : 1;
 
 #ifndef DEVICE_IMPORT_IMPORTER_H
 #define DEVICE_IMPORT_IMPORTER_H
@@ -10,21 +11,30 @@
 #include <string>
 #include <vector>
 
+#include <zelbase/time.h>
+
+#include "ImportJob.h"
+
 namespace deviceimport {
 
-/// Who deals with the errors of broken lines.
-enum class StorageKind {
-    NONE,   ///< the import itself: it reports and acknowledges them
-    STDOUT, ///< the next error's storage: std::StdoutDumpErrorStorage
-    ABORT,  ///< the same with std::AbortErrorStorage, which ends the process
-    TRACE,  ///< the same with std::TraceErrorStorage
+/// What came of all files.
+struct ImportTotal
+{
+    /// True if every line of every file was imported.
+    bool clean = true;
+    /// Lines that were read, of whatever kind.
+    long long lines = 0;
 };
 
 /// Imports the files `names` and prints a report on each to standard output, in the order of the
 /// names. Files are read at the same time with StorageKind::NONE, and one after another with the
 /// kinds that print by themselves.
-/// Returns true if every line of every file was imported.
-bool importFiles(const std::vector<std::string>& names, StorageKind storage);
+///
+/// If no file comes to its end for `timeout`, those that are still missing are given up. The report
+/// on each is ListError LIST_UNREADABLE then, caused by ImportError IMPORT_STALLED; a thread that
+/// hangs stays until the process ends.
+ImportTotal importFiles(const std::vector<std::string>& names, StorageKind storage,
+                        zelbase::Duration timeout);
 
 } // namespace deviceimport
 

@@ -31,6 +31,8 @@ public:
     /// The list's file.
     const std::string& name() const { return m_name; }
 
+    /// Tells how many lines were read so far, of whatever kind.
+    void setLines(int lines) { m_lines = lines; }
     /// Counts an imported line that took `repairs` repairs.
     void addImported(int repairs);
     /// Counts a broken line. Requires its error chain to be pending.
@@ -42,6 +44,7 @@ public:
 
     /// Returns true if every line was imported.
     bool isClean() const { return m_rejected == 0 && !m_failed; }
+    int lines() const { return m_lines; }
     const std::string& text() const { return m_text; }
 
 private:
@@ -50,6 +53,7 @@ private:
 
     std::string m_name;
     Errors m_errors;
+    int m_lines = 0;
     int m_repaired = 0;
     int m_rejected = 0;
     bool m_failed = false;

@@ -2,8 +2,10 @@
 
 #include "Options.h"
 
+#include <charconv>
 #include <cstddef>
 #include <cstring>
+#include <system_error>
 
 #include <getopt.h>
 #include <zel/report.h>
@@ -37,12 +39,16 @@ enum {
     OPTION_HELP = 0x100,
     OPTION_STORAGE,
     OPTION_PROVOKE,
+    OPTION_TIME,
+    OPTION_TIMEOUT,
 };
 
 constexpr option LONG_OPTIONS[] = {
     {"help", no_argument, nullptr, OPTION_HELP},
     {"storage", required_argument, nullptr, OPTION_STORAGE},
     {"provoke", required_argument, nullptr, OPTION_PROVOKE},
+    {"time", no_argument, nullptr, OPTION_TIME},
+    {"timeout", required_argument, nullptr, OPTION_TIMEOUT},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -66,6 +72,17 @@ bool choose(const char* what, const Choice<Kind> (&choices)[COUNT], const char* 
     return fail(std::string("there is no ") + what + " '" + name + "'");
 }
 
+bool chooseTimeout(const std::string& text, zelbase::Duration& timeout)
+{
+    int milliseconds = 0;
+    const char* const end = text.data() + text.size();
+    const std::from_chars_result result = std::from_chars(text.data(), end, milliseconds);
+    if (result.ec != std::errc() || result.ptr != end || milliseconds < 1)
+        return fail("'" + text + "' is not a number of milliseconds from 1 to 2147483647");
+    timeout = zelbase::Duration(milliseconds);
+    return true;
+}
+
 /// Names the option that `getopt_long` stumbled over, a short one inside a group included.
 std::string currentOption(char* const argv[])
 {
@@ -80,6 +97,8 @@ bool takeOption(int found, char* const argv[], Options& options)
     case OPTION_HELP: options.help = true; return true;
     case OPTION_STORAGE: return choose("storage", STORAGES, optarg, options.storage);
     case OPTION_PROVOKE: return choose("provocation", PROVOCATIONS, optarg, options.provocation);
+    case OPTION_TIME: options.time = true; return true;
+    case OPTION_TIMEOUT: return chooseTimeout(optarg, options.timeout);
     case ':': return fail("option '" + currentOption(argv) + "' needs an argument");
     default: return fail("wrong option '" + currentOption(argv) + "'");
     }
@@ -97,6 +116,9 @@ const char* const HELP =
     "                   error storage of KIND 'stdout', 'abort' or 'trace'\n"
     "  --provoke=KIND   first bring about a report of KIND 'assert', 'warning',\n"
     "                   'abort' or 'memory'; FILE may be left out then\n"
+    "  --timeout=MS     give up when no FILE came to its end for MS milliseconds,\n"
+    "                   60000 without this option\n"
+    "  --time           print how many lines were read in which time, after all else\n"
     "  -h, --help       print this help and exit\n"
     "\n"
     "The exit status is 0 if every line was imported, 1 if a line was rejected or a\n"

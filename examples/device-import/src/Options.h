@@ -11,8 +11,10 @@
 #include <string>
 #include <vector>
 
+#include <zelbase/time.h>
+
 #include "Handlers.h"
-#include "Importer.h"
+#include "ImportJob.h"
 
 namespace deviceimport {
 
@@ -20,6 +22,10 @@ namespace deviceimport {
 struct Options
 {
     bool help = false;
+    /// Ask for the closing line.
+    bool time = false;
+    /// How long to wait for the next file to come to its end.
+    zelbase::Duration timeout{60000};
     StorageKind storage = StorageKind::NONE;
     Provocation provocation = Provocation::NONE;
     std::vector<std::string> files;

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include <common/error/ErrorStorages.h>
+#include <zelbase/time.h>
 
 #include "Handlers.h"
 #include "Importer.h"
@@ -34,8 +35,15 @@ int run(const deviceimport::Options& options)
         deviceimport::registerHandlers();
         deviceimport::provoke(options.provocation);
     }
-    return deviceimport::importFiles(options.files, options.storage) ? ALL_IMPORTED
-                                                                     : NOT_ALL_IMPORTED;
+    const zelbase::TimePoint start = zelbase::TimePoint::now();
+    const deviceimport::ImportTotal total =
+        deviceimport::importFiles(options.files, options.storage, options.timeout);
+    const zelbase::Duration elapsed = zelbase::TimePoint::now() - start;
+    if (options.time) {
+        std::printf("%lld lines in %lld ms\n", total.lines,
+                    static_cast<long long>(elapsed.milliseconds()));
+    }
+    return total.clean ? ALL_IMPORTED : NOT_ALL_IMPORTED;
 }
 
 /// Returns `status`, unless standard output did not take all that was written to it.

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ImportJob.h"
+
+#include <common/error/ErrorStorages.h>
+#include <zel/report.h>
+
+#include "DeviceList.h"
+#include "ImportErrors.h"
+#include "ListReport.h"
+
+namespace deviceimport {
+
+namespace {
+
+/// The trace channel for the errors of an import.
+constexpr int TRACE_CHANNEL = 1;
+
+ListReport::Errors errorsFor(StorageKind storage)
+{
+    return storage == StorageKind::NONE ? ListReport::Errors::COLLECT
+                                        : ListReport::Errors::LEAVE_PENDING;
+}
+
+ImportResult makeResult(const ImportJob& job, const ListReport& report)
+{
+    return {job.place, report.text(), report.isClean(), report.lines()};
+}
+
+template <typename Storage, typename... Values>
+void importUnder(ListReport& report, Values... values)
+{
+    const Storage errors(values...);
+    DeviceList list;
+    list.load(report);
+    report.finish(list.devices().size());
+}
+
+} // namespace
+
+ImportResult runJob(const ImportJob& job, StorageKind storage)
+{
+    ListReport report(job.name, errorsFor(storage));
+    switch (storage) {
+    case StorageKind::NONE:
+    case StorageKind::STDOUT: importUnder<std::StdoutDumpErrorStorage>(report); break;
+    case StorageKind::ABORT: importUnder<std::AbortErrorStorage>(report); break;
+    case StorageKind::TRACE: importUnder<std::TraceErrorStorage>(report, TRACE_CHANNEL); break;
+    }
+    return makeResult(job, report);
+}
+
+ImportResult missJob(const ImportJob& job, StorageKind storage)
+{
+    ListReport report(job.name, errorsFor(storage));
+    ZEL_RAISE_ON(ListError, LIST_UNREADABLE, job.name.c_str());
+    report.addFailure();
+    report.finish(0);
+    return makeResult(job, report);
+}
+
+} // namespace deviceimport

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ImportWorkers.h"
+
+#include <system_error>
+#include <utility>
+
+#include <zel/report.h>
+
+#include "BoundedQueue.h"
+#include "ImportErrors.h"
+
+namespace deviceimport {
+
+struct ImportWorkers::Queues
+{
+    Queues(std::size_t places, std::size_t room) : jobs(places), results(room) {}
+
+    BoundedQueue<ImportJob> jobs;
+    BoundedQueue<ImportResult> results;
+};
+
+ImportWorkers::ImportWorkers(std::size_t count, std::size_t room, StorageKind storage,
+                             zelbase::Duration timeout)
+    : m_timeout(timeout), m_queues(std::make_shared<Queues>(count, room))
+{
+    m_threads.reserve(count);
+    start(count, storage);
+    m_failed = m_threads.empty();
+}
+
+ImportWorkers::~ImportWorkers()
+{
+    m_queues->jobs.close();
+    m_queues->results.close();
+    for (std::thread& thread : m_threads) {
+        if (m_failed) {
+            thread.detach();
+        } else {
+            thread.join();
+        }
+    }
+}
+
+bool ImportWorkers::give(ImportJob job)
+{
+    if (m_queues->jobs.push(std::move(job), deadline()) == QueueResult::DONE) return true;
+    m_failed = true;
+    return false;
+}
+
+bool ImportWorkers::take(ImportResult& result)
+{
+    if (m_queues->results.pop(result, deadline()) == QueueResult::DONE) return true;
+    m_failed = true;
+    return false;
+}
+
+void ImportWorkers::raiseFailure() const
+{
+    if (m_threads.empty()) {
+        ZEL_RAISE(ImportError, IMPORT_SYSTEM_CALL, "pthread_create", m_startError.c_str());
+        return;
+    }
+    ZEL_RAISE(ImportError, IMPORT_STALLED, static_cast<int>(m_timeout.milliseconds()));
+}
+
+/// Runs in each thread until the queues are closed.
+void ImportWorkers::work(Queues& queues, StorageKind storage)
+{
+    for (ImportJob job; queues.jobs.pop(job, zelbase::TimePoint::MAX) == QueueResult::DONE;) {
+        // A closed queue refuses the result: nobody waits for it any more.
+        queues.results.push(runJob(job, storage), zelbase::TimePoint::MAX);
+    }
+}
+
+void ImportWorkers::start(std::size_t count, StorageKind storage)
+{
+    try {
+        while (m_threads.size() < count)
+            m_threads.emplace_back([queues = m_queues, storage] { work(*queues, storage); });
+    } catch (const std::system_error& error) {
+        m_startError = error.code().message();
+    }
+}
+
+zelbase::TimePoint ImportWorkers::deadline() const
+{
+    return m_failed ? zelbase::TimePoint() : zelbase::TimePoint::now() + m_timeout;
+}
+
+} // namespace deviceimport

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The threads that import files. They take jobs from one bounded queue and put results into
+// another; a file that never ends holds up its own thread, and nobody else beyond the timeout.
+//
+//     ImportWorkers workers(2, 8, StorageKind::NONE, zelbase::Duration(500));
+//     if (!workers.give({0, "devices.csv"}) || !workers.take(result)) workers.raiseFailure();
+
+#ifndef DEVICE_IMPORT_IMPORTWORKERS_H
+#define DEVICE_IMPORT_IMPORTWORKERS_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <zelbase/time.h>
+
+#include "ImportJob.h"
+
+namespace deviceimport {
+
+/// A few threads, each of which runs one job after another. Not thread-safe: one thread gives and
+/// takes.
+class ImportWorkers
+{
+public:
+    /// Starts `count` threads, or as many of them as the system grants. `room` is the number of
+    /// results that find a place without being taken; give no more jobs than that beyond those
+    /// taken. `timeout` limits every wait.
+    ImportWorkers(std::size_t count, std::size_t room, StorageKind storage,
+                  zelbase::Duration timeout);
+
+    /// Ends the threads and waits for that. After a failure it does not wait: a thread that hangs
+    /// is left alone, and what it still brings about is dropped.
+    ~ImportWorkers();
+    ImportWorkers(const ImportWorkers&) = delete;
+    ImportWorkers& operator=(const ImportWorkers&) = delete;
+
+    /// Hands over a job. Blocks until it finds a place, no longer than the timeout.
+    /// Returns false if there was none; nothing is raised.
+    bool give(ImportJob job);
+
+    /// Takes the next result, in the order in which jobs come to their ends. Blocks until there is
+    /// one, no longer than the timeout, and after a failure not at all.
+    /// Returns false if there was none, with `result` unchanged; nothing is raised.
+    bool take(ImportResult& result);
+
+    /// Raises why a call failed: ImportError IMPORT_SYSTEM_CALL if there are no threads,
+    /// IMPORT_STALLED otherwise.
+    void raiseFailure() const;
+
+private:
+    struct Queues;
+
+    static void work(Queues& queues, StorageKind storage);
+    void start(std::size_t count, StorageKind storage);
+    zelbase::TimePoint deadline() const;
+
+    const zelbase::Duration m_timeout;
+    /// Shared with the threads, of which one that hangs outlives this object.
+    const std::shared_ptr<Queues> m_queues;
+    std::vector<std::thread> m_threads;
+    /// Why there are not all the threads.
+    std::string m_startError;
+    bool m_failed = false;
+};
+
+} // namespace deviceimport
+
+#endif // DEVICE_IMPORT_IMPORTWORKERS_H
