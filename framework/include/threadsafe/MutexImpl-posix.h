@@ -83,9 +83,9 @@ public:
     const char* try_lock(const zelbase::Duration& timeout);
 
 private:
-    static const char* lockError(int result);
-    static const char* unlockError(int result);
-    static const char* tryLockError(int result);
+    ZEL_COLD static const char* lockError(int result);
+    ZEL_COLD static const char* unlockError(int result);
+    ZEL_COLD static const char* tryLockError(int result);
 
     /// First, so that the object is the POSIX mutex to POSIX calls.
     pthread_mutex_t m_mutex;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Compiler attributes of the public headers: what the shared library exports, what is expanded in
-// its callers, which arguments the compiler holds against a printf-style format, and which fields a
-// lock guards.
+// its callers or kept out of their way, which arguments the compiler holds against a printf-style
+// format, and which fields a lock guards.
 
 #ifndef ZELCOMMON_ZEL_ATTRIBUTES_H
 #define ZELCOMMON_ZEL_ATTRIBUTES_H
@@ -16,6 +16,9 @@
 /// A function that is expanded in its caller at every level of optimisation, so that no copy of it
 /// is ever shared between objects that were compiled with other settings.
 #define ZEL_ALWAYS_INLINE __attribute__((always_inline)) inline
+
+/// A function that is hardly ever called: its callers are laid out for the case without the call.
+#define ZEL_COLD __attribute__((cold))
 
 /// Argument number `text` (counted from 1, `this` included) is a printf format whose values begin
 /// at argument number `first`.
