@@ -11,6 +11,13 @@
 #include <common/error/ErrorStorages.h>
 #include <common/error/ErrorType.h>
 #include <common/error/GlobalErrorHandler.h>
+#include <common/tracing/Channel.h>
+#include <common/tracing/ChannelList.h>
+#include <common/tracing/IClient.h>
+#include <common/tracing/Levels.h>
+#include <common/tracing/SharedChannelMap.h>
+#include <common/tracing/TraceBuffer.h>
+#include <common/tracing/log.h>
 #include <threadsafe/ConditionImpl-posix.h>
 #include <threadsafe/MutexImpl-posix.h>
 #include <threadsafe/TlsImpl-posix.h>

@@ -2,6 +2,8 @@
 
 #include "DeviceList.h"
 
+#include <common/tracing/SharedChannelMap.h>
+#include <common/tracing/log.h>
 #include <zel/report.h>
 
 #include "ImportErrors.h"
@@ -11,9 +13,24 @@ namespace deviceimport {
 
 namespace {
 
+using tracing::Levels;
+
+/// Never destroyed: a thread that hangs may log at any time, to the process's end.
+const tracing::SharedChannelPtr& s_list = *new tracing::SharedChannelPtr("list");
+
+/// The bytes of a line, as a text of them may hold anything.
+void traceRecord(const std::string& line)
+{
+    if (!s_list || !s_list->passes(Levels::LevelDEBUG)) return;
+    s_list->logRaw(Levels::LevelDEBUG, tracing::MessageTypes::USER, line.data(),
+                   static_cast<unsigned int>(line.size()));
+}
+
 /// Puts the line and the list on top of the pending error.
 void reject(int number, ListReport& report)
 {
+    if (s_list)
+        ZEL_LOG(*s_list, Levels::LevelDEBUG, "%s, line %d rejected", report.name().c_str(), number);
     ZEL_RAISE_ON(LineError, LINE_REJECTED, number);
     ZEL_RAISE_ON(ListError, LIST_REJECTED, report.name().c_str());
     report.addRejected();
@@ -54,6 +71,7 @@ void DeviceList::takeLine(const std::string& line, int number, ListReport& repor
     int repairs = 0;
     if (!parseDeviceLine(line, device, repairs) || !insert(device, number)) {
         reject(number, report);
+        traceRecord(line);
         return;
     }
     report.addImported(repairs);

@@ -3,6 +3,9 @@
 #include "ImportJob.h"
 
 #include <common/error/ErrorStorages.h>
+#include <common/tracing/Levels.h>
+#include <common/tracing/SharedChannelMap.h>
+#include <common/tracing/TraceBuffer.h>
 #include <zel/report.h>
 
 #include "DeviceList.h"
@@ -13,6 +16,11 @@ namespace deviceimport {
 
 namespace {
 
+using tracing::Levels;
+
+/// Never destroyed: a thread that hangs may log at any time, to the process's end.
+const tracing::SharedChannelPtr& s_list = *new tracing::SharedChannelPtr("list");
+
 /// The trace channel for the errors of an import.
 constexpr int TRACE_CHANNEL = 1;
 
@@ -22,8 +30,20 @@ ListReport::Errors errorsFor(StorageKind storage)
                                         : ListReport::Errors::LEAVE_PENDING;
 }
 
+/// One line, which is as important as its worst piece.
+void traceSummary(const ListReport& report)
+{
+    if (!s_list) return;
+    tracing::TraceBuffer line(s_list.get());
+    line.append(report.name().c_str());
+    line.appendf(Levels::LevelINFO, ", %d lines", report.lines());
+    if (report.rejected() > 0) line.appendf(Levels::LevelWARN, ", %d rejected", report.rejected());
+    if (report.hasFailed()) line.append(Levels::LevelERROR, ", not read to the end");
+}
+
 ImportResult makeResult(const ImportJob& job, const ListReport& report)
 {
+    traceSummary(report);
     return {job.place, report.text(), report.isClean(), report.lines()};
 }
 

@@ -5,12 +5,15 @@
 #include <system_error>
 #include <utility>
 
+#include <common/tracing/log.h>
 #include <zel/report.h>
 
 #include "BoundedQueue.h"
 #include "ImportErrors.h"
 
 namespace deviceimport {
+
+using tracing::Levels;
 
 struct ImportWorkers::Queues
 {
@@ -44,6 +47,7 @@ ImportWorkers::~ImportWorkers()
 
 bool ImportWorkers::give(ImportJob job)
 {
+    ZEL_LOG(m_channel, Levels::LevelDEBUG, "gives file %zu", job.place);
     if (m_queues->jobs.push(std::move(job), deadline()) == QueueResult::DONE) return true;
     m_failed = true;
     return false;
@@ -51,9 +55,13 @@ bool ImportWorkers::give(ImportJob job)
 
 bool ImportWorkers::take(ImportResult& result)
 {
-    if (m_queues->results.pop(result, deadline()) == QueueResult::DONE) return true;
-    m_failed = true;
-    return false;
+    if (m_queues->results.pop(result, deadline()) != QueueResult::DONE) {
+        ZEL_LOG(m_channel, Levels::LevelDEBUG, "nothing to take");
+        m_failed = true;
+        return false;
+    }
+    ZEL_LOG(m_channel, Levels::LevelDEBUG, "took file %zu", result.place);
+    return true;
 }
 
 void ImportWorkers::raiseFailure() const

@@ -15,6 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include <common/tracing/Channel.h>
+#include <common/tracing/Levels.h>
 #include <zelbase/time.h>
 
 #include "ImportJob.h"
@@ -65,6 +67,9 @@ private:
     /// Why there are not all the threads.
     std::string m_startError;
     bool m_failed = false;
+    /// Used by the thread that gives and takes.
+    tracing::Channel m_channel{"import_queue", tracing::Levels::LevelNONE,
+                               tracing::Channel::FLAG_REGISTER};
 };
 
 } // namespace deviceimport

@@ -9,6 +9,9 @@
 #include <thread>
 #include <utility>
 
+#include <common/tracing/SharedChannelMap.h>
+#include <common/tracing/log.h>
+
 #include "ImportWorkers.h"
 
 namespace deviceimport {
@@ -21,6 +24,8 @@ constexpr std::size_t MAX_WORKERS = 8;
 
 /// Jobs for each thread that are given and not taken back: enough that none is idle.
 constexpr std::size_t JOBS_PER_WORKER = 4;
+
+const tracing::SharedChannelPtr s_import("import");
 
 std::size_t workerCount(std::size_t files)
 {
@@ -78,10 +83,19 @@ bool importAll(const std::vector<std::string>& names, std::size_t window, Import
     return true;
 }
 
+/// Whoever is warned of a failure gets the details of what follows.
+void traceFailure()
+{
+    if (!s_import || !s_import->passes(tracing::Levels::LevelWARN)) return;
+    s_import->logC(tracing::Levels::LevelWARN, "the workers failed, more is traced from here on");
+    s_import->changeFilterLevel(tracing::Levels::LevelDEBUG);
+}
+
 /// Takes what the failed workers did bring to an end, and reports the other files as missed.
 void giveUp(const std::vector<std::string>& names, StorageKind storage, ImportWorkers& workers,
             ResultPrinter& printer)
 {
+    traceFailure();
     for (ImportResult result; workers.take(result);)
         printer.add(std::move(result));
     for (std::size_t place = 0; place < names.size(); ++place) {
@@ -105,8 +119,11 @@ ImportTotal importFiles(const std::vector<std::string>& names, StorageKind stora
 
     ImportWorkers workers(count, window, storage, timeout);
     ResultPrinter printer;
-    if (!importAll(names, window, workers, printer)) giveUp(names, storage, workers, printer);
-    return printer.total();
+    const bool failed = !importAll(names, window, workers, printer);
+    if (failed) giveUp(names, storage, workers, printer);
+    ImportTotal total = printer.total();
+    total.threadsLeft = failed;
+    return total;
 }
 
 } // namespace deviceimport

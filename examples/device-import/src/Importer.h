@@ -24,6 +24,9 @@ struct ImportTotal
     bool clean = true;
     /// Lines that were read, of whatever kind.
     long long lines = 0;
+    /// True if threads were left alone that hang: they go on whenever they can, to the process's
+    /// end.
+    bool threadsLeft = false;
 };
 
 /// Imports the files `names` and prints a report on each to standard output, in the order of the

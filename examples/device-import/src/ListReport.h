@@ -45,6 +45,9 @@ public:
     /// Returns true if every line was imported.
     bool isClean() const { return m_rejected == 0 && !m_failed; }
     int lines() const { return m_lines; }
+    int rejected() const { return m_rejected; }
+    /// Returns true if the list could not be read to its end.
+    bool hasFailed() const { return m_failed; }
     const std::string& text() const { return m_text; }
 
 private:

@@ -2,11 +2,14 @@
 
 #include "Options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <system_error>
 
+#include <common/tracing/Levels.h>
 #include <getopt.h>
 #include <zel/report.h>
 
@@ -41,6 +44,7 @@ enum {
     OPTION_PROVOKE,
     OPTION_TIME,
     OPTION_TIMEOUT,
+    OPTION_TRACE,
 };
 
 constexpr option LONG_OPTIONS[] = {
@@ -49,6 +53,7 @@ constexpr option LONG_OPTIONS[] = {
     {"provoke", required_argument, nullptr, OPTION_PROVOKE},
     {"time", no_argument, nullptr, OPTION_TIME},
     {"timeout", required_argument, nullptr, OPTION_TIMEOUT},
+    {"trace", required_argument, nullptr, OPTION_TRACE},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -83,6 +88,50 @@ bool chooseTimeout(const std::string& text, zelbase::Duration& timeout)
     return true;
 }
 
+/// The names of the trace levels, as a message lists them.
+std::string levelNames()
+{
+    std::string names;
+    for (const char* const name : tracing::Levels::NAMES)
+        names += (names.empty() ? "" : ", ") + std::string(name);
+    return names;
+}
+
+// A message is cut at its end, so what was given stands behind the names.
+
+bool findLevel(const std::string& name, short& level)
+{
+    const auto begin = std::begin(tracing::Levels::NAMES);
+    const auto end = std::end(tracing::Levels::NAMES);
+    const auto found = std::find(begin, end, name);
+    level = static_cast<short>(found - begin);
+    return found != end || fail("a trace level is one of " + levelNames() + ", not '" + name + "'");
+}
+
+bool addTraceLevel(const std::string& setting, TraceLevels& levels)
+{
+    const std::size_t equals = setting.find('=');
+    if (equals == 0 || equals == std::string::npos) {
+        return fail("a trace setting reads CHANNEL=LEVEL, with one of " + levelNames() + ", not '" +
+                    setting + "'");
+    }
+    short level = 0;
+    if (!findLevel(setting.substr(equals + 1), level)) return false;
+    levels[setting.substr(0, equals)] = level;
+    return true;
+}
+
+bool addTraceLevels(const std::string& settings, TraceLevels& levels)
+{
+    std::size_t begin = 0;
+    for (std::size_t comma = settings.find(','); comma != std::string::npos;
+         comma = settings.find(',', begin)) {
+        if (!addTraceLevel(settings.substr(begin, comma - begin), levels)) return false;
+        begin = comma + 1;
+    }
+    return addTraceLevel(settings.substr(begin), levels);
+}
+
 /// Names the option that `getopt_long` stumbled over, a short one inside a group included.
 std::string currentOption(char* const argv[])
 {
@@ -99,6 +148,7 @@ bool takeOption(int found, char* const argv[], Options& options)
     case OPTION_PROVOKE: return choose("provocation", PROVOCATIONS, optarg, options.provocation);
     case OPTION_TIME: options.time = true; return true;
     case OPTION_TIMEOUT: return chooseTimeout(optarg, options.timeout);
+    case OPTION_TRACE: return addTraceLevels(optarg, options.traceLevels);
     case ':': return fail("option '" + currentOption(argv) + "' needs an argument");
     default: return fail("wrong option '" + currentOption(argv) + "'");
     }
@@ -119,6 +169,13 @@ const char* const HELP =
     "  --timeout=MS     give up when no FILE came to its end for MS milliseconds,\n"
     "                   60000 without this option\n"
     "  --time           print how many lines were read in which time, after all else\n"
+    "  --trace=CHANNEL=LEVEL[,...]\n"
+    "                   trace to standard error: set the level of each CHANNEL, and of\n"
+    "                   those below it, to 'trace', 'debug', 'info', 'warning',\n"
+    "                   'error', 'fatal' or 'off', or to the one above it by 'none';\n"
+    "                   'disabled' and 'default' are as 'off'. CHANNEL is 'import',\n"
+    "                   'import_queue' or 'list'; others have no effect. A channel\n"
+    "                   without a LEVEL has that of the one above, at first 'warning'\n"
     "  -h, --help       print this help and exit\n"
     "\n"
     "The exit status is 0 if every line was imported, 1 if a line was rejected or a\n"

@@ -13,6 +13,7 @@
 
 #include <zelbase/time.h>
 
+#include "ConsoleClient.h"
 #include "Handlers.h"
 #include "ImportJob.h"
 
@@ -28,6 +29,8 @@ struct Options
     zelbase::Duration timeout{60000};
     StorageKind storage = StorageKind::NONE;
     Provocation provocation = Provocation::NONE;
+    /// What is traced; nothing at all if it is empty.
+    TraceLevels traceLevels;
     std::vector<std::string> files;
 };
 

@@ -2,11 +2,15 @@
 //
 // Imports lists of devices, as a service of the framework would at its start.
 
+#include <cstddef>
 #include <cstdio>
 
 #include <common/error/ErrorStorages.h>
+#include <common/tracing/SharedChannelMap.h>
+#include <common/tracing/log.h>
 #include <zelbase/time.h>
 
+#include "ConsoleClient.h"
 #include "Handlers.h"
 #include "Importer.h"
 #include "Options.h"
@@ -20,6 +24,13 @@ enum {
     WRONG_USE = 2,
 };
 
+using tracing::Levels;
+
+const tracing::SharedChannelPtr s_import("import");
+
+/// Owned here. Stays to the process's end if threads were left alone, as they may log until then.
+deviceimport::ConsoleClient* s_client = nullptr;
+
 int complain()
 {
     std::fprintf(stderr, "device-import: %s\nTry 'device-import --help' for more information.\n",
@@ -28,21 +39,46 @@ int complain()
     return WRONG_USE;
 }
 
-int run(const deviceimport::Options& options)
+/// Sets up a client if there is anything to trace.
+void startTracing(const deviceimport::TraceLevels& levels)
 {
-    deviceimport::installNewHandler();
-    if (options.provocation != deviceimport::Provocation::NONE) {
-        deviceimport::registerHandlers();
-        deviceimport::provoke(options.provocation);
-    }
+    if (levels.empty()) return;
+    s_client = new deviceimport::ConsoleClient(levels);
+    tracing::client_helper->init("device-import");
+}
+
+void traceStart(const zelbase::TimePoint& start, std::size_t files)
+{
+    if (!s_import || !s_import->passes(Levels::LevelINFO)) return;
+    s_import->logCV(Levels::LevelINFO, tracing::Modifiers::NONE,
+                    static_cast<long long>(start.milliseconds()), "files: %zu", files);
+}
+
+deviceimport::ImportTotal importAll(const deviceimport::Options& options)
+{
     const zelbase::TimePoint start = zelbase::TimePoint::now();
+    traceStart(start, options.files.size());
     const deviceimport::ImportTotal total =
         deviceimport::importFiles(options.files, options.storage, options.timeout);
     const zelbase::Duration elapsed = zelbase::TimePoint::now() - start;
+    if (s_import) ZEL_LOG(*s_import, Levels::LevelINFO, "lines: %lld", total.lines);
     if (options.time) {
         std::printf("%lld lines in %lld ms\n", total.lines,
                     static_cast<long long>(elapsed.milliseconds()));
     }
+    return total;
+}
+
+int run(const deviceimport::Options& options)
+{
+    deviceimport::installNewHandler();
+    startTracing(options.traceLevels);
+    if (options.provocation != deviceimport::Provocation::NONE) {
+        deviceimport::registerHandlers();
+        deviceimport::provoke(options.provocation);
+    }
+    const deviceimport::ImportTotal total = importAll(options);
+    if (!total.threadsLeft) delete s_client;
     return total.clean ? ALL_IMPORTED : NOT_ALL_IMPORTED;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Compiler attributes of the public headers: what the shared library exports, what is expanded in
-// its callers or kept out of their way, which arguments the compiler holds against a printf-style
-// format, and which fields a lock guards.
+// its callers or kept out of their way, how variable arguments are checked, and which fields a lock
+// guards.
 
 #ifndef ZELCOMMON_ZEL_ATTRIBUTES_H
 #define ZELCOMMON_ZEL_ATTRIBUTES_H
@@ -23,6 +23,9 @@
 /// Argument number `text` (counted from 1, `this` included) is a printf format whose values begin
 /// at argument number `first`.
 #define ZEL_PRINTF_FORMAT(text, first) __attribute__((__format__(__printf__, text, first)))
+
+/// A function whose variable arguments end with a null pointer.
+#define ZEL_NULL_TERMINATED __attribute__((__sentinel__))
 
 // What clang's thread-safety analysis (-Wthread-safety) checks; nothing to other compilers.
 #ifdef __clang__
