@@ -32,6 +32,7 @@ public:
     ~WatchedText()
     {
         s_watched = nullptr;
+        // NOLINTNEXTLINE(clang-analyzer-unix.MismatchedDeallocator): the operators below
         if (s_releases == 0) delete[] m_text;
     }
     WatchedText(const WatchedText&) = delete;

@@ -9,7 +9,6 @@
 #include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include <common/tracing/Channel.h>
 #include <gtest/gtest.h>
@@ -41,12 +40,12 @@ std::set<ChannelList*> listsOfRacingThreads()
 {
     std::promise<void> start;
     const std::shared_future<void> started = start.get_future().share();
-    std::vector<std::future<ChannelList*>> threads;
-    for (int count = 0; count < 16; ++count)
-        threads.push_back(std::async(std::launch::async, [started] {
+    std::future<ChannelList*> threads[16];
+    for (std::future<ChannelList*>& thread : threads)
+        thread = std::async(std::launch::async, [started] {
             started.wait();
             return ChannelList::getInstance();
-        }));
+        });
     start.set_value();
     std::set<ChannelList*> lists;
     for (std::future<ChannelList*>& thread : threads)

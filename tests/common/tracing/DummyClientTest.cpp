@@ -10,7 +10,6 @@
 #include <string>
 #include <thread>
 #include <type_traits>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -168,9 +167,9 @@ TEST(DummyHelper, Init_BufferedStandardError_IsFlushed)
 TEST(DummyHelper, Init_ConcurrentCalls_MessagesAreWhole)
 {
     const ChildResult result = runInChild([] {
-        std::vector<std::thread> threads;
-        for (int count = 0; count < 4; ++count)
-            threads.emplace_back([] {
+        std::thread threads[4];
+        for (std::thread& thread : threads)
+            thread = std::thread([] {
                 for (int call = 0; call < 1000; ++call)
                     client_helper->init("pump");
             });

@@ -184,6 +184,7 @@ template <typename Base>
 struct Doomed : Base
 {
     ~Doomed() override { ++s_destroyed; }
+    static void* operator new(size_t size) { return ::operator new(size); }
     static void operator delete(void* memory)
     {
         ++s_released;
@@ -201,7 +202,7 @@ void expectDestructorSlots()
     Slot<void()>::call(::new (memory) Class, 0);
     EXPECT_EQ(1, Class::s_destroyed);
     EXPECT_EQ(0, Class::s_released);
-    Slot<void()>::call(::new Class, 1);
+    Slot<void()>::call(new Class, 1);
     EXPECT_EQ(2, Class::s_destroyed);
     EXPECT_EQ(1, Class::s_released);
 }

@@ -97,11 +97,11 @@ public:
     void log(short level, const std::string& text);
     void log(short level, short modifiers, const std::string& text);
     /// Log the terminated `text` if the level passes, as `logC`; nothing is built if it does not.
-    ZEL_ALWAYS_INLINE void log(short level, const char* text)
+    void log(short level, const char* text)
     {
         if (passes(level)) logC(level, text);
     }
-    ZEL_ALWAYS_INLINE void log(short level, short modifiers, const char* text)
+    void log(short level, short modifiers, const char* text)
     {
         if (passes(level)) logC(level, modifiers, text);
     }
