@@ -5,6 +5,7 @@
 #ifndef ZELCOMMON_ZELCOMMON_H
 #define ZELCOMMON_ZELCOMMON_H
 
+#include <common/buffers.h>
 #include <common/error/Error.h>
 #include <common/error/ErrorObject.h>
 #include <common/error/ErrorStorage.h>
@@ -18,6 +19,8 @@
 #include <common/tracing/SharedChannelMap.h>
 #include <common/tracing/TraceBuffer.h>
 #include <common/tracing/log.h>
+#include <common/unicode/Codec.h>
+#include <common/unicode/String.h>
 #include <threadsafe/ConditionImpl-posix.h>
 #include <threadsafe/MutexImpl-posix.h>
 #include <threadsafe/TlsImpl-posix.h>

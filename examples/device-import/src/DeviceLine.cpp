@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include <common/error/ErrorStorage.h>
@@ -16,24 +17,28 @@ namespace deviceimport {
 
 namespace {
 
-constexpr char SEPARATOR = ';';
+using std::unicode::String;
+
+constexpr const char* SEPARATOR = ";";
 constexpr std::size_t FIELDS = 4;
 /// The level may be missing, with its separator.
 constexpr std::size_t REQUIRED_FIELDS = FIELDS - 1;
 
-using Check = bool (*)(const std::string&);
+using Check = bool (*)(const String&);
 
-bool checkLineEnd(const std::string& line)
+bool checkLineEnd(const String& line)
 {
-    if (line.empty() || line.back() != '\r') return true;
+    if (line.empty() || line.at(line.size() - 1) != '\r') return true;
     ZEL_RAISE(RepairableError, REPAIR_CARRIAGE_RETURN);
     return false;
 }
 
-void trim(std::string& text)
+String trimmed(const String& text)
 {
-    text.erase(0, text.find_first_not_of(BLANKS));
-    text.erase(text.find_last_not_of(BLANKS) + 1);
+    const String::Iterator first = text.find_first_not_of(BLANKS);
+    if (first.atEnd()) return {};
+    String::Iterator last = text.find_last_not_of(BLANKS);
+    return text.substr(first, ++last);
 }
 
 char toLower(char digit)
@@ -41,16 +46,21 @@ char toLower(char digit)
     return digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
 }
 
+String withSmallDigits(const String& uuid)
+{
+    std::string digits = uuid.toUtf8();
+    std::transform(digits.begin(), digits.end(), digits.begin(), toLower);
+    return digits;
+}
+
 /// Sets right what row `id` of RepairableError found wrong with `text`.
-void repair(int id, std::string& text)
+void repair(int id, String& text)
 {
     switch (id) {
-    case REPAIR_CARRIAGE_RETURN: text.pop_back(); break;
-    case REPAIR_OUTER_BLANKS: trim(text); break;
-    case REPAIR_UUID_BRACES: text = text.substr(1, text.size() - 2); break;
-    case REPAIR_UUID_CAPITALS:
-        std::transform(text.begin(), text.end(), text.begin(), toLower);
-        break;
+    case REPAIR_CARRIAGE_RETURN: text = text.substr(0, -1); break;
+    case REPAIR_OUTER_BLANKS: text = trimmed(text); break;
+    case REPAIR_UUID_BRACES: text = text.substr(1, -1); break;
+    case REPAIR_UUID_CAPITALS: text = withSmallDigits(text); break;
     case REPAIR_LEVEL_MISSING: text = std::to_string(DEFAULT_LEVEL); break;
     default: ZEL_ASSERT_MSG(false, "no repair for error %d", id); break;
     }
@@ -58,7 +68,7 @@ void repair(int id, std::string& text)
 
 /// Repairs `text` until it passes the check; each repair undoes one fault for good, so that this
 /// ends. Returns false if it cannot pass, with the error pending.
-bool accept(Check check, std::string& text, int& repairs)
+bool accept(Check check, String& text, int& repairs)
 {
     while (!check(text)) {
         if (!std::ErrorStorage::isA(RepairableError)) return false;
@@ -69,16 +79,11 @@ bool accept(Check check, std::string& text, int& repairs)
     return true;
 }
 
-std::vector<std::string> split(const std::string& line)
+std::vector<String> split(const String& line)
 {
-    std::vector<std::string> fields;
-    std::size_t begin = 0;
-    for (std::size_t end = line.find(SEPARATOR); end != std::string::npos;
-         end = line.find(SEPARATOR, begin)) {
-        fields.push_back(line.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    fields.push_back(line.substr(begin));
+    std::vector<String> fields;
+    for (const String& field : line.split(SEPARATOR))
+        fields.push_back(field);
     return fields;
 }
 
@@ -99,19 +104,19 @@ bool checkFieldCount(std::size_t count)
 
 } // namespace
 
-bool isSkippedLine(const std::string& line)
+bool isSkippedLine(const String& line)
 {
-    const std::size_t first = line.find_first_not_of(" \t\r");
-    return first == std::string::npos || line[first] == '#';
+    const String::Iterator first = line.find_first_not_of(" \t\r");
+    return first.atEnd() || *first == '#';
 }
 
-bool parseDeviceLine(const std::string& line, Device& device, int& repairs)
+bool parseDeviceLine(const String& line, Device& device, int& repairs)
 {
     repairs = 0;
-    std::string text = line;
+    String text = line;
     if (!accept(checkLineEnd, text, repairs)) return false;
 
-    std::vector<std::string> fields = split(text);
+    std::vector<String> fields = split(text);
     if (!checkFieldCount(fields.size())) return false;
     fields.resize(FIELDS);
 

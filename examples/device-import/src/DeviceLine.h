@@ -1,37 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // One line of a device list: UUID;NAME;LOCATION;LEVEL. What can be set right is set right here, and
-// acknowledged; everything else is left to the caller as a pending error.
+// acknowledged; everything else is left to the caller as a pending error. Nothing is copied: the
+// fields share the bytes of the line, except what was set right.
 //
 //     if (!parseDeviceLine(line, device, repairs)) ZEL_RAISE_ON(LineError, LINE_REJECTED, number);
 
 #ifndef DEVICE_IMPORT_DEVICELINE_H
 #define DEVICE_IMPORT_DEVICELINE_H
 
-#include <string>
+#include <common/unicode/String.h>
 
 namespace deviceimport {
 
-/// One device of a building.
+/// One device of a building. Each text has the encoding of its list, or is in UTF-8.
 struct Device
 {
     /// 36 characters, lower case.
-    std::string uuid;
-    std::string name;
+    std::unicode::String uuid;
+    std::unicode::String name;
     /// FLOOR/ROOM.
-    std::string location;
+    std::unicode::String location;
     /// Per cent.
     int level = 0;
 };
 
 /// Returns true for a line that holds no device: blank, or a comment behind '#'.
-bool isSkippedLine(const std::string& line);
+bool isSkippedLine(const std::unicode::String& line);
 
-/// Parses `line`, any bytes without the line feed, into `device`.
+/// Parses `line`, any characters without the line feed, into `device`.
 /// Returns true if the line is valid, after as many repairs as `repairs` tells.
 /// Returns false otherwise, with `device` half filled and a LineError or FieldError pending, which
 /// may have a cause.
-bool parseDeviceLine(const std::string& line, Device& device, int& repairs);
+bool parseDeviceLine(const std::unicode::String& line, Device& device, int& repairs);
 
 } // namespace deviceimport
 

@@ -2,10 +2,14 @@
 
 #include "DeviceList.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <common/tracing/SharedChannelMap.h>
 #include <common/tracing/log.h>
 #include <zel/report.h>
 
+#include "FileEncoding.h"
 #include "ImportErrors.h"
 #include "LineReader.h"
 
@@ -13,17 +17,17 @@ namespace deviceimport {
 
 namespace {
 
+using std::unicode::String;
 using tracing::Levels;
 
 /// Never destroyed: a thread that hangs may log at any time, to the process's end.
 const tracing::SharedChannelPtr& s_list = *new tracing::SharedChannelPtr("list");
 
 /// The bytes of a line, as a text of them may hold anything.
-void traceRecord(const std::string& line)
+void traceRecord(const String& line)
 {
     if (!s_list || !s_list->passes(Levels::LevelDEBUG)) return;
-    s_list->logRaw(Levels::LevelDEBUG, tracing::MessageTypes::USER, line.data(),
-                   static_cast<unsigned int>(line.size()));
+    s_list->logRaw(Levels::LevelDEBUG, tracing::MessageTypes::USER, line.data(), line.byteLength());
 }
 
 /// Puts the line and the list on top of the pending error.
@@ -43,6 +47,13 @@ void giveUp(ListReport& report)
     report.addFailure();
 }
 
+/// Returns `text` in bytes of its own, in the same encoding: a view of a line would keep the whole
+/// block alive that was read with it.
+String ownCopy(const String& text)
+{
+    return text * 1;
+}
+
 } // namespace
 
 void DeviceList::load(ListReport& report)
@@ -52,7 +63,7 @@ void DeviceList::load(ListReport& report)
         giveUp(report);
         return;
     }
-    for (std::string line;;) {
+    for (String line;;) {
         const LineReader::Result result = reader.next(line);
         report.setLines(reader.number());
         switch (result) {
@@ -64,12 +75,22 @@ void DeviceList::load(ListReport& report)
     }
 }
 
-void DeviceList::takeLine(const std::string& line, int number, ListReport& report)
+std::vector<Device> DeviceList::find(const String& name) const
 {
-    if (isSkippedLine(line)) return;
+    std::vector<Device> found;
+    const auto isMeant = [&name](const Device& device) { return !device.name.find(name).atEnd(); };
+    std::copy_if(m_devices.begin(), m_devices.end(), std::back_inserter(found), isMeant);
+    return found;
+}
+
+void DeviceList::takeLine(const String& line, int number, ListReport& report)
+{
+    // A broken sequence may hide what makes a line blank, a comment or one of four fields.
+    const bool isSound = checkDecodable(line);
+    if (isSound && isSkippedLine(line)) return;
     Device device;
     int repairs = 0;
-    if (!parseDeviceLine(line, device, repairs) || !insert(device, number)) {
+    if (!isSound || !parseDeviceLine(line, device, repairs) || !insert(device, number)) {
         reject(number, report);
         traceRecord(line);
         return;
@@ -80,12 +101,13 @@ void DeviceList::takeLine(const std::string& line, int number, ListReport& repor
 /// Returns false if the uuid is taken, with a FieldError raised.
 bool DeviceList::insert(const Device& device, int number)
 {
-    const auto [place, isNew] = m_lines.emplace(device.uuid, number);
+    const auto [place, isNew] = m_lines.emplace(ownCopy(device.uuid), number);
     if (!isNew) {
-        ZEL_RAISE(FieldError, UUID_USED, device.uuid.c_str(), place->second);
+        ZEL_RAISE(FieldError, UUID_USED, device.uuid.toUtf8().c_str(), place->second);
         return false;
     }
-    m_devices.push_back(device);
+    m_devices.push_back(
+        {place->first, ownCopy(device.name), ownCopy(device.location), device.level});
     return true;
 }
 

@@ -8,7 +8,7 @@
 #ifndef DEVICE_IMPORT_FIELDCHECKS_H
 #define DEVICE_IMPORT_FIELDCHECKS_H
 
-#include <string>
+#include <common/unicode/String.h>
 
 namespace deviceimport {
 
@@ -25,17 +25,17 @@ constexpr const char* BLANKS = " \t";
 /// repair can be named, which brings `text` nearer to a valid field, or a FieldError.
 ///
 /// 36 characters, five groups of lower-case hexadecimal digits with dashes between, not nil.
-bool checkUuid(const std::string& text);
-/// 1 to 40 bytes without control characters.
-bool checkName(const std::string& text);
-/// FLOOR/ROOM of up to 32 bytes without control characters.
-bool checkLocation(const std::string& text);
+bool checkUuid(const std::unicode::String& text);
+/// 1 to 40 bytes, as the name is in UTF-8, without control characters.
+bool checkName(const std::unicode::String& text);
+/// FLOOR/ROOM of up to 32 bytes in UTF-8 without control characters.
+bool checkLocation(const std::unicode::String& text);
 /// A whole number from MIN_LEVEL to MAX_LEVEL. One beyond has a std::CommonError as the cause.
-bool checkLevel(const std::string& text);
+bool checkLevel(const std::unicode::String& text);
 
 /// Returns the number that the whole of `text` is; one that is too large for an int is INT_MAX or
 /// INT_MIN. `isNumber` tells whether it is a number at all; if not, the result is 0.
-int parseLevel(const std::string& text, bool& isNumber);
+int parseLevel(const std::unicode::String& text, bool& isNumber);
 
 } // namespace deviceimport
 

@@ -25,6 +25,7 @@ constexpr std::ErrorID LINE_TABLE[] = {
     {LINE_TOO_MANY_FIELDS, "too many fields: %d, expected at most %d", 2},
     {LINE_TOO_LONG, "line of more than %d bytes", 1},
     {LINE_ENDLESS, "line %d has no end within %d bytes", 2},
+    {LINE_UNDECODABLE, "column %d is undecodable: %s in %s", 3},
 };
 
 constexpr std::ErrorID FIELD_TABLE[] = {

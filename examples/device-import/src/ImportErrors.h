@@ -42,14 +42,15 @@ enum {
     LINE_REJECTED,        ///< int line
     LINE_TOO_FEW_FIELDS,  ///< int found, int least
     LINE_TOO_MANY_FIELDS, ///< int found, int most
-    LINE_TOO_LONG,        ///< int most bytes
+    LINE_TOO_LONG,        ///< int most bytes in UTF-8
     LINE_ENDLESS,         ///< int line, int bytes read
+    LINE_UNDECODABLE,     ///< int column from 1, const char* bytes, const char* encoding
 };
 
 /// Rows of FieldError, with their values.
 enum {
     FIELD_EMPTY,             ///< const char* field
-    FIELD_TOO_LONG,          ///< const char* field, int bytes found, int most
+    FIELD_TOO_LONG,          ///< const char* field, int bytes found in UTF-8, int most
     FIELD_CONTROL_CHARACTER, ///< const char* field, int character
     UUID_LENGTH,             ///< int found, int expected
     UUID_DASH,               ///< const char* uuid, int position from 1

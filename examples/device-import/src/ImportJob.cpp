@@ -48,24 +48,27 @@ ImportResult makeResult(const ImportJob& job, const ListReport& report)
 }
 
 template <typename Storage, typename... Values>
-void importUnder(ListReport& report, Values... values)
+void importUnder(const ImportSettings& settings, ListReport& report, Values... values)
 {
     const Storage errors(values...);
     DeviceList list;
     list.load(report);
+    if (settings.find) report.addFound(list.find(*settings.find));
     report.finish(list.devices().size());
 }
 
 } // namespace
 
-ImportResult runJob(const ImportJob& job, StorageKind storage)
+ImportResult runJob(const ImportJob& job, const ImportSettings& settings)
 {
-    ListReport report(job.name, errorsFor(storage));
-    switch (storage) {
+    ListReport report(job.name, errorsFor(settings.storage));
+    switch (settings.storage) {
     case StorageKind::NONE:
-    case StorageKind::STDOUT: importUnder<std::StdoutDumpErrorStorage>(report); break;
-    case StorageKind::ABORT: importUnder<std::AbortErrorStorage>(report); break;
-    case StorageKind::TRACE: importUnder<std::TraceErrorStorage>(report, TRACE_CHANNEL); break;
+    case StorageKind::STDOUT: importUnder<std::StdoutDumpErrorStorage>(settings, report); break;
+    case StorageKind::ABORT: importUnder<std::AbortErrorStorage>(settings, report); break;
+    case StorageKind::TRACE:
+        importUnder<std::TraceErrorStorage>(settings, report, TRACE_CHANNEL);
+        break;
     }
     return makeResult(job, report);
 }

@@ -2,14 +2,17 @@
 //
 // The import of one file, from its name to the text that is printed about it.
 //
-//     const ImportResult result = runJob({0, "devices.csv"}, StorageKind::NONE);
+//     const ImportResult result = runJob({0, "devices.csv"}, settings);
 //     std::fputs(result.text.c_str(), stdout);
 
 #ifndef DEVICE_IMPORT_IMPORTJOB_H
 #define DEVICE_IMPORT_IMPORTJOB_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
+
+#include <common/unicode/String.h>
 
 namespace deviceimport {
 
@@ -19,6 +22,14 @@ enum class StorageKind {
     STDOUT, ///< the next error's storage: std::StdoutDumpErrorStorage
     ABORT,  ///< the same with std::AbortErrorStorage, which ends the process
     TRACE,  ///< the same with std::TraceErrorStorage
+};
+
+/// How files are imported. Each thread has a copy.
+struct ImportSettings
+{
+    StorageKind storage = StorageKind::NONE;
+    /// List the devices whose name contains this.
+    std::optional<std::unicode::String> find;
 };
 
 /// A file to be imported.
@@ -34,7 +45,7 @@ struct ImportResult
 {
     /// That of the job.
     std::size_t place = 0;
-    /// The errors that were collected and the summary.
+    /// The errors that were collected, the devices that were found and the summary.
     std::string text;
     /// True if every line was imported.
     bool clean = false;
@@ -42,9 +53,9 @@ struct ImportResult
     int lines = 0;
 };
 
-/// Imports the file of `job` in the calling thread, which has an error storage of its own of kind
-/// `storage` for just that time. Blocks as long as the file does.
-ImportResult runJob(const ImportJob& job, StorageKind storage);
+/// Imports the file of `job` in the calling thread, which has an error storage of its own for just
+/// that time. Blocks as long as the file does.
+ImportResult runJob(const ImportJob& job, const ImportSettings& settings);
 
 /// Returns the result of a `job` that nobody did. Requires the reason to be pending, which gets
 /// ListError LIST_UNREADABLE on top and is dealt with then.

@@ -23,12 +23,12 @@ struct ImportWorkers::Queues
     BoundedQueue<ImportResult> results;
 };
 
-ImportWorkers::ImportWorkers(std::size_t count, std::size_t room, StorageKind storage,
+ImportWorkers::ImportWorkers(std::size_t count, std::size_t room, const ImportSettings& settings,
                              zelbase::Duration timeout)
     : m_timeout(timeout), m_queues(std::make_shared<Queues>(count, room))
 {
     m_threads.reserve(count);
-    start(count, storage);
+    start(count, settings);
     m_failed = m_threads.empty();
 }
 
@@ -74,19 +74,19 @@ void ImportWorkers::raiseFailure() const
 }
 
 /// Runs in each thread until the queues are closed.
-void ImportWorkers::work(Queues& queues, StorageKind storage)
+void ImportWorkers::work(Queues& queues, const ImportSettings& settings)
 {
     for (ImportJob job; queues.jobs.pop(job, zelbase::TimePoint::MAX) == QueueResult::DONE;) {
         // A closed queue refuses the result: nobody waits for it any more.
-        queues.results.push(runJob(job, storage), zelbase::TimePoint::MAX);
+        queues.results.push(runJob(job, settings), zelbase::TimePoint::MAX);
     }
 }
 
-void ImportWorkers::start(std::size_t count, StorageKind storage)
+void ImportWorkers::start(std::size_t count, const ImportSettings& settings)
 {
     try {
         while (m_threads.size() < count)
-            m_threads.emplace_back([queues = m_queues, storage] { work(*queues, storage); });
+            m_threads.emplace_back([queues = m_queues, settings] { work(*queues, settings); });
     } catch (const std::system_error& error) {
         m_startError = error.code().message();
     }

@@ -3,7 +3,7 @@
 // The threads that import files. They take jobs from one bounded queue and put results into
 // another; a file that never ends holds up its own thread, and nobody else beyond the timeout.
 //
-//     ImportWorkers workers(2, 8, StorageKind::NONE, zelbase::Duration(500));
+//     ImportWorkers workers(2, 8, settings, zelbase::Duration(500));
 //     if (!workers.give({0, "devices.csv"}) || !workers.take(result)) workers.raiseFailure();
 
 #ifndef DEVICE_IMPORT_IMPORTWORKERS_H
@@ -31,7 +31,7 @@ public:
     /// Starts `count` threads, or as many of them as the system grants. `room` is the number of
     /// results that find a place without being taken; give no more jobs than that beyond those
     /// taken. `timeout` limits every wait.
-    ImportWorkers(std::size_t count, std::size_t room, StorageKind storage,
+    ImportWorkers(std::size_t count, std::size_t room, const ImportSettings& settings,
                   zelbase::Duration timeout);
 
     /// Ends the threads and waits for that. After a failure it does not wait: a thread that hangs
@@ -56,8 +56,8 @@ public:
 private:
     struct Queues;
 
-    static void work(Queues& queues, StorageKind storage);
-    void start(std::size_t count, StorageKind storage);
+    static void work(Queues& queues, const ImportSettings& settings);
+    void start(std::size_t count, const ImportSettings& settings);
     zelbase::TimePoint deadline() const;
 
     const zelbase::Duration m_timeout;

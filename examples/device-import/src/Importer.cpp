@@ -107,20 +107,20 @@ void giveUp(const std::vector<std::string>& names, StorageKind storage, ImportWo
 
 } // namespace
 
-ImportTotal importFiles(const std::vector<std::string>& names, StorageKind storage,
+ImportTotal importFiles(const std::vector<std::string>& names, const ImportSettings& settings,
                         zelbase::Duration timeout)
 {
     if (names.empty()) return {};
 
     // With a storage that prints by itself, the report on a file comes before the next file begins.
-    const bool together = storage == StorageKind::NONE;
+    const bool together = settings.storage == StorageKind::NONE;
     const std::size_t count = together ? workerCount(names.size()) : 1;
     const std::size_t window = together ? count * JOBS_PER_WORKER : 1;
 
-    ImportWorkers workers(count, window, storage, timeout);
+    ImportWorkers workers(count, window, settings, timeout);
     ResultPrinter printer;
     const bool failed = !importAll(names, window, workers, printer);
-    if (failed) giveUp(names, storage, workers, printer);
+    if (failed) giveUp(names, settings.storage, workers, printer);
     ImportTotal total = printer.total();
     total.threadsLeft = failed;
     return total;

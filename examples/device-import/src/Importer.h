@@ -2,7 +2,7 @@
 //
 // Imports several files, each in one of a few threads and with an error storage of its own.
 //
-//     const ImportTotal total = importFiles({"east.csv", "west.csv"}, StorageKind::NONE, timeout);
+//     const ImportTotal total = importFiles({"east.csv", "west.csv"}, settings, timeout);
 //     return total.clean ? 0 : 1;
 
 #ifndef DEVICE_IMPORT_IMPORTER_H
@@ -36,7 +36,7 @@ struct ImportTotal
 /// If no file comes to its end for `timeout`, those that are still missing are given up. The report
 /// on each is ListError LIST_UNREADABLE then, caused by ImportError IMPORT_STALLED; a thread that
 /// hangs stays until the process ends.
-ImportTotal importFiles(const std::vector<std::string>& names, StorageKind storage,
+ImportTotal importFiles(const std::vector<std::string>& names, const ImportSettings& settings,
                         zelbase::Duration timeout);
 
 } // namespace deviceimport

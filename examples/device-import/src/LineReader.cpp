@@ -2,27 +2,53 @@
 
 #include "LineReader.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstddef>
+#include <cstring>
 #include <system_error>
 
 #include <zel/report.h>
 
+#include "FileEncoding.h"
 #include "ImportErrors.h"
 
 namespace deviceimport {
 
 namespace {
 
+using std::unicode::String;
+
+constexpr unsigned int BLOCK_SIZE = LineReader::MAX_SKIPPED;
+
+static_assert(BLOCK_SIZE % sizeof(char32_t) == 0, "a full block ends with a whole unit");
+
 std::string errnoText(int error)
 {
     return std::generic_category().message(error);
 }
 
-/// No other thread uses the files here, so that the lock of each is never needed.
-int readByte(std::FILE* file)
+/// Returns true if the code unit of `text` at byte `place` is `unit`.
+bool isAt(unsigned int place, const String& text, const String& unit)
 {
-    return getc_unlocked(file);
+    return std::memcmp(text.data() + place, unit.data(), unit.byteLength()) == 0;
+}
+
+/// Returns the bytes of `text` from `begin` to `end`, which are shared.
+String bytesOf(const String& text, unsigned int begin, unsigned int end)
+{
+    const std::SharedBuf head = text.buffer().shrink(text.byteLength() - end);
+    const std::SharedBuf bytes = head + begin;
+    String part(bytes, text.codec());
+    bytes.unref();
+    head.unref();
+    return part;
+}
+
+bool isTooLong(const String& line)
+{
+    constexpr unsigned int limit = LineReader::MAX_LINE;
+    if (&line.codec() == &std::unicode::UTF8) return line.byteLength() > limit;
+    return line.size() > limit || line.toUtf8().size() > limit;
 }
 
 } // namespace
@@ -40,43 +66,132 @@ bool LineReader::open(const std::string& name)
     return false;
 }
 
-LineReader::Result LineReader::next(std::string& line)
+LineReader::Result LineReader::next(String& line)
 {
-    int byte = readByte(m_file);
-    if (byte == EOF) return end();
+    if (!hasLine()) {
+        const Result result = readLines();
+        if (result != Result::LINE) return result;
+    }
     if (m_number == MAX_LINES) {
         ZEL_RAISE(std::CommonError, 7, "lines of a device list");
         return Result::FAILED;
     }
     ++m_number;
 
-    line.clear();
-    for (; byte != EOF && byte != '\n'; byte = readByte(m_file)) {
-        if (line.size() == static_cast<std::size_t>(MAX_LINE)) return skipRest();
-        line.push_back(static_cast<char>(byte));
+    line = takeLine();
+    if (line.byteLength() == BLOCK_SIZE) { // then it has no line feed
+        ZEL_RAISE(LineError, LINE_ENDLESS, m_number, MAX_SKIPPED);
+        return Result::FAILED;
     }
-    return std::ferror(m_file) != 0 ? end() : Result::LINE;
+    if (!isTooLong(line)) return Result::LINE;
+    ZEL_RAISE(LineError, LINE_TOO_LONG, MAX_LINE);
+    return Result::BROKEN;
+}
+
+/// Returns how many bytes were read. They are less than `size` only at the end of the file and
+/// after an error.
+unsigned int LineReader::read(void* data, unsigned int size)
+{
+    if (m_error != 0) return 0;
+    const std::size_t count = std::fread(data, 1, size, m_file);
+    if (count < size && std::ferror(m_file) != 0) m_error = errno;
+    return static_cast<unsigned int>(count);
+}
+
+void LineReader::readMark()
+{
+    char head[MAX_MARK];
+    const unsigned int size = read(head, sizeof(head));
+    const FileEncoding encoding = detectEncoding(head, size);
+    m_lineFeed = String(*encoding.codec, '\n');
+    m_rest.assign(head + encoding.markSize, head + size);
+}
+
+/// Reads the bytes behind the lines so far, a full block or up to the end of the file.
+/// Returns false without memory, with an error raised.
+bool LineReader::readBlock(String& block)
+{
+    const std::SharedBuf bytes(BLOCK_SIZE);
+    if (bytes.data == nullptr) {
+        ZEL_RAISE(std::CommonError, 0);
+        return false;
+    }
+    const auto kept = static_cast<unsigned int>(m_rest.size());
+    std::memcpy(bytes.payload(), m_rest.data(), kept);
+    const unsigned int filled = kept + read(bytes.payload() + kept, BLOCK_SIZE - kept);
+    const std::SharedBuf text = bytes.shrink(BLOCK_SIZE - filled);
+    block = String(text, m_lineFeed.codec());
+    text.unref();
+    bytes.unref();
+    return true;
+}
+
+/// Reads at least one line, or one without its line feed: the last one, or one that fills a block.
+LineReader::Result LineReader::readLines()
+{
+    if (m_lineFeed.empty()) readMark();
+    String block;
+    if (!readBlock(block)) return Result::FAILED;
+
+    const unsigned int lastFeed = findLastFeed(block);
+    if (lastFeed == NOWHERE) {
+        if (block.byteLength() == 0 || m_error != 0) return end();
+        m_rest.clear();
+        m_piece = block;
+        m_place = 0;
+        return Result::LINE;
+    }
+    m_rest.assign(block.data() + lastFeed + m_lineFeed.byteLength(),
+                  block.data() + block.byteLength());
+    m_pieces = bytesOf(block, 0, lastFeed).split(m_lineFeed).begin();
+    return Result::LINE;
 }
 
 LineReader::Result LineReader::end() const
 {
-    if (std::ferror(m_file) == 0) return Result::END;
-    ZEL_RAISE(ImportError, IMPORT_SYSTEM_CALL, "fread", errnoText(errno).c_str());
+    if (m_error == 0) return Result::END;
+    ZEL_RAISE(ImportError, IMPORT_SYSTEM_CALL, "fread", errnoText(m_error).c_str());
     return Result::FAILED;
 }
 
-/// Goes on behind the line feed of a line of which MAX_LINE + 1 bytes were read.
-LineReader::Result LineReader::skipRest()
+bool LineReader::hasLine() const
 {
-    int skipped = MAX_LINE + 1;
-    for (int byte = readByte(m_file); byte != EOF && byte != '\n'; byte = readByte(m_file)) {
-        if (++skipped < MAX_SKIPPED) continue;
-        ZEL_RAISE(LineError, LINE_ENDLESS, m_number, MAX_SKIPPED);
-        return Result::FAILED;
+    return m_place != NOWHERE || m_pieces != String::Spliterator();
+}
+
+String LineReader::takeLine()
+{
+    if (m_place == NOWHERE) {
+        m_piece = *m_pieces;
+        ++m_pieces;
+        m_place = 0;
     }
-    if (std::ferror(m_file) != 0) return end();
-    ZEL_RAISE(LineError, LINE_TOO_LONG, MAX_LINE);
-    return Result::BROKEN;
+    const unsigned int begin = m_place;
+    const unsigned int feed = findFeed(m_piece, begin);
+    m_place = feed == NOWHERE ? NOWHERE : feed + m_lineFeed.byteLength();
+    if (begin == 0 && feed == NOWHERE) return m_piece;
+    return bytesOf(m_piece, begin, std::min(feed, m_piece.byteLength()));
+}
+
+// The searches go by code units and not by characters, as `split` does: a broken sequence may take
+// a line feed along as a part of its character, and the line ends there all the same.
+
+/// Returns the place of the first line feed of `piece` from `begin` on.
+unsigned int LineReader::findFeed(const String& piece, unsigned int begin) const
+{
+    const unsigned int size = m_lineFeed.byteLength();
+    for (unsigned int end = begin + size; end <= piece.byteLength(); end += size)
+        if (isAt(end - size, piece, m_lineFeed)) return end - size;
+    return NOWHERE;
+}
+
+/// Returns the place of the last line feed of `block`.
+unsigned int LineReader::findLastFeed(const String& block) const
+{
+    const unsigned int size = m_lineFeed.byteLength();
+    for (unsigned int end = block.byteLength() / size * size; end > 0; end -= size)
+        if (isAt(end - size, block, m_lineFeed)) return end - size;
+    return NOWHERE;
 }
 
 } // namespace deviceimport

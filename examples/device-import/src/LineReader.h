@@ -13,9 +13,14 @@
 #include <cstdio>
 #include <string>
 
+#include <common/unicode/String.h>
+
 namespace deviceimport {
 
-/// A file as a sequence of lines. Not thread-safe.
+/// A file as a sequence of lines, in the encoding that its byte order mark tells. Not thread-safe.
+///
+/// The file is read in blocks of MAX_SKIPPED bytes. The lines of a block are not copied out of it:
+/// each is a text that shares the block's bytes, and the block goes with the last of them.
 class LineReader
 {
 public:
@@ -26,9 +31,9 @@ public:
         FAILED, ///< the rest of the file is out of reach; an error is raised
     };
 
-    /// Most bytes of a line, its line feed not counted.
+    /// Most bytes of a line, as it is in UTF-8, its line feed not counted.
     static constexpr int MAX_LINE = 256;
-    /// Bytes after which a line counts as endless.
+    /// Bytes of the file after which a line counts as endless.
     static constexpr int MAX_SKIPPED = 64 * 1024;
     /// Most lines of a file.
     static constexpr int MAX_LINES = 64 * 1024;
@@ -42,22 +47,44 @@ public:
     /// Returns false if there is none to be read, with an ImportError raised.
     bool open(const std::string& name);
 
-    /// Reads the next line into `line`, without its line feed; the last one may lack it. Blocks as
-    /// long as the file does. Requires an open file. `line` is undefined unless a line was read.
+    /// Reads the next line into `line`, without its line feed and a byte order mark; the last one
+    /// may lack it. It may hold bytes that are no characters. Blocks as long as the file does.
+    /// Requires an open file. `line` is undefined unless a line was read.
     /// Raises LineError LINE_TOO_LONG with Result::BROKEN.
-    /// Raises LineError LINE_ENDLESS, std::CommonError 7 for too many lines, or ImportError
-    /// IMPORT_SYSTEM_CALL with Result::FAILED.
-    Result next(std::string& line);
+    /// Raises LineError LINE_ENDLESS, std::CommonError 0 for want of memory or 7 for too many
+    /// lines, or ImportError IMPORT_SYSTEM_CALL with Result::FAILED.
+    Result next(std::unicode::String& line);
 
     /// Returns the number of the line that was read last, counted from 1.
     int number() const { return m_number; }
 
 private:
+    /// No place in a piece, which is used up then.
+    static constexpr unsigned int NOWHERE = 0xFFFFFFFF;
+
+    unsigned int read(void* data, unsigned int size);
+    void readMark();
+    bool readBlock(std::unicode::String& block);
+    Result readLines();
     Result end() const;
-    Result skipRest();
+    bool hasLine() const;
+    std::unicode::String takeLine();
+    unsigned int findFeed(const std::unicode::String& piece, unsigned int begin) const;
+    unsigned int findLastFeed(const std::unicode::String& block) const;
 
     std::FILE* m_file = nullptr;
+    /// What reading failed with, a value of errno; 0 if it did not.
+    int m_error = 0;
     int m_number = 0;
+    /// In the file's encoding; empty until that is known.
+    std::unicode::String m_lineFeed;
+    /// The pieces of the block between line feeds, except the first ones.
+    std::unicode::String::Spliterator m_pieces;
+    /// The piece that is taken next, and the byte in it from which on.
+    std::unicode::String m_piece;
+    unsigned int m_place = NOWHERE;
+    /// The bytes behind those pieces.
+    std::string m_rest;
 };
 
 } // namespace deviceimport

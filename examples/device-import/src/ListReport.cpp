@@ -7,6 +7,8 @@
 #include <common/error/Error.h>
 #include <common/error/ErrorStorage.h>
 
+#include "DeviceTable.h"
+
 namespace deviceimport {
 
 ListReport::ListReport(std::string name, Errors errors) : m_name(std::move(name)), m_errors(errors)
@@ -29,6 +31,12 @@ void ListReport::addFailure()
     dealWithError();
 }
 
+void ListReport::addFound(const std::vector<Device>& devices)
+{
+    m_found = devices.size();
+    if (!devices.empty()) m_text += deviceTable(devices);
+}
+
 void ListReport::finish(std::size_t imported)
 {
     if (std::ErrorStorage::isError(true)) {
@@ -37,7 +45,8 @@ void ListReport::finish(std::size_t imported)
     }
     m_text += m_name + ": " + std::to_string(imported) + " imported (" +
               std::to_string(m_repaired) + " repaired), " + std::to_string(m_rejected) +
-              " rejected" + (m_failed ? ", not read to the end\n" : "\n");
+              " rejected" + (m_found ? ", " + std::to_string(*m_found) + " found" : "") +
+              (m_failed ? ", not read to the end\n" : "\n");
 }
 
 void ListReport::dealWithError()

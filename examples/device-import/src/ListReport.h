@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is told about one device list: the errors of its broken lines, then a summary. The text is
-// collected, so that lists that are read at the same time are printed one after another.
+// What is told about one device list: the errors of its broken lines, a table of the devices that
+// were looked for, then a summary. The text is collected, so that lists that are read at the same
+// time are printed one after another.
 //
 //     ListReport report("devices.csv", ListReport::Errors::COLLECT);
 //     list.load(report);
@@ -11,7 +12,11 @@
 #define DEVICE_IMPORT_LISTREPORT_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <vector>
+
+#include "DeviceLine.h"
 
 namespace deviceimport {
 
@@ -39,6 +44,8 @@ public:
     void addRejected();
     /// Notes that the list could not be read to its end. Requires the reason to be pending.
     void addFailure();
+    /// Adds the devices that were looked for, also if there are none.
+    void addFound(const std::vector<Device>& devices);
     /// Ends the report on a list of `imported` devices: what is still pending, and the summary.
     void finish(std::size_t imported);
 
@@ -60,6 +67,8 @@ private:
     int m_repaired = 0;
     int m_rejected = 0;
     bool m_failed = false;
+    /// How many devices were found, if any were looked for.
+    std::optional<std::size_t> m_found;
     std::string m_text;
 };
 

@@ -7,11 +7,14 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <optional>
 #include <system_error>
 
 #include <common/tracing/Levels.h>
 #include <getopt.h>
 #include <zel/report.h>
+
+#include "FileEncoding.h"
 
 namespace deviceimport {
 
@@ -40,6 +43,7 @@ constexpr Choice<Provocation> PROVOCATIONS[] = {
 /// Long options, beyond all characters.
 enum {
     OPTION_HELP = 0x100,
+    OPTION_FIND,
     OPTION_STORAGE,
     OPTION_PROVOKE,
     OPTION_TIME,
@@ -49,6 +53,7 @@ enum {
 
 constexpr option LONG_OPTIONS[] = {
     {"help", no_argument, nullptr, OPTION_HELP},
+    {"find", required_argument, nullptr, OPTION_FIND},
     {"storage", required_argument, nullptr, OPTION_STORAGE},
     {"provoke", required_argument, nullptr, OPTION_PROVOKE},
     {"time", no_argument, nullptr, OPTION_TIME},
@@ -75,6 +80,13 @@ bool choose(const char* what, const Choice<Kind> (&choices)[COUNT], const char* 
         return true;
     }
     return fail(std::string("there is no ") + what + " '" + name + "'");
+}
+
+bool chooseName(const std::unicode::String& name, std::optional<std::unicode::String>& find)
+{
+    if (!isDecodable(name)) return fail("the name to find is not in UTF-8");
+    find = name;
+    return true;
 }
 
 bool chooseTimeout(const std::string& text, zelbase::Duration& timeout)
@@ -144,7 +156,8 @@ bool takeOption(int found, char* const argv[], Options& options)
     switch (found) {
     case 'h':
     case OPTION_HELP: options.help = true; return true;
-    case OPTION_STORAGE: return choose("storage", STORAGES, optarg, options.storage);
+    case OPTION_FIND: return chooseName(optarg, options.settings.find);
+    case OPTION_STORAGE: return choose("storage", STORAGES, optarg, options.settings.storage);
     case OPTION_PROVOKE: return choose("provocation", PROVOCATIONS, optarg, options.provocation);
     case OPTION_TIME: options.time = true; return true;
     case OPTION_TIMEOUT: return chooseTimeout(optarg, options.timeout);
@@ -160,8 +173,11 @@ const char* const HELP =
     "Usage: device-import [OPTION...] FILE...\n"
     "Reads lists of devices, checks every line and prints what is wrong with it,\n"
     "then a summary for each FILE. A line reads UUID;NAME;LOCATION;LEVEL; blank\n"
-    "lines and lines that begin with '#' are skipped.\n"
+    "lines and lines that begin with '#' are skipped. FILE is in UTF-8, or with a\n"
+    "byte order mark in UTF-8, UTF-16 of either order or little-endian UCS-4.\n"
     "\n"
+    "  --find=NAME      list the devices whose name contains NAME, which is given in\n"
+    "                   UTF-8 whatever the encoding of FILE; an empty NAME lists all\n"
     "  --storage=KIND   acknowledge no error of a broken line, and leave it to an\n"
     "                   error storage of KIND 'stdout', 'abort' or 'trace'\n"
     "  --provoke=KIND   first bring about a report of KIND 'assert', 'warning',\n"

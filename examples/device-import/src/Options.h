@@ -27,7 +27,7 @@ struct Options
     bool time = false;
     /// How long to wait for the next file to come to its end.
     zelbase::Duration timeout{60000};
-    StorageKind storage = StorageKind::NONE;
+    ImportSettings settings;
     Provocation provocation = Provocation::NONE;
     /// What is traced; nothing at all if it is empty.
     TraceLevels traceLevels;

@@ -59,7 +59,7 @@ deviceimport::ImportTotal importAll(const deviceimport::Options& options)
     const zelbase::TimePoint start = zelbase::TimePoint::now();
     traceStart(start, options.files.size());
     const deviceimport::ImportTotal total =
-        deviceimport::importFiles(options.files, options.storage, options.timeout);
+        deviceimport::importFiles(options.files, options.settings, options.timeout);
     const zelbase::Duration elapsed = zelbase::TimePoint::now() - start;
     if (s_import) ZEL_LOG(*s_import, Levels::LevelINFO, "lines: %lld", total.lines);
     if (options.time) {

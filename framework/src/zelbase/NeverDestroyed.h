@@ -10,7 +10,9 @@ namespace zelbase {
 /// Holds a `T` that is built with it and never destroyed.
 template <typename T>
 union NeverDestroyed {
-    constexpr NeverDestroyed() : object() {}
+    template <typename... Arguments>
+    explicit constexpr NeverDestroyed(Arguments... arguments) : object(arguments...)
+    {}
     // A union with a member that has a destructor needs one of its own.
     ~NeverDestroyed() {}
 

@@ -1,0 +1,443 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// std::unicode::String is an immutable text: a codec, a shared block of encoded bytes and the
+// number of characters. Copies and substrings share the bytes. Comparison and search work on code
+// points, so texts of different encodings go together; the left operand decides the encoding of a
+// result.
+//
+//     for (const std::unicode::String& field : line.split(";"))
+//         if (field.find("temp") != field.end()) use(field.toUtf8());
+
+#ifndef ZELCOMMON_COMMON_UNICODE_STRING_H
+#define ZELCOMMON_COMMON_UNICODE_STRING_H
+
+#include <cstddef>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include <common/buffers.h>
+#include <common/unicode/Codec.h>
+#include <zel/attributes.h>
+
+namespace std::unicode {
+
+/// A text. Characters are code points; bytes that cannot be decoded count as characters U+FFFD.
+///
+/// Constructors from narrow text take it as UTF-8, those from wide text as UCS-4; those that take
+/// no codec copy the bytes unchecked. Terminated texts must not be null. No limit but 32 bits: a
+/// text whose bytes leave them, or for which there is no memory, ends the process by a memory
+/// fault.
+///
+/// Any number of threads may use texts that share bytes; one object is not assigned while another
+/// thread uses it.
+class String
+{
+public:
+    struct Iterator;
+    class Spliterator;
+    class Pieces;
+
+    /// The empty text, in UTF-8 or in the encoding of `codec`.
+    ZEL_EXPORT String();
+    ZEL_EXPORT explicit String(const Codec& codec);
+
+    /// The character `c`, in UCS-4.
+    ZEL_EXPORT explicit String(unsigned int c);
+    ZEL_EXPORT String(const char* text);
+    ZEL_EXPORT String(const std::string& text);
+    ZEL_EXPORT String(const wchar_t* text);
+    ZEL_EXPORT String(const std::wstring& text);
+    /// The bytes of `buffer`, which are shared, in the encoding of `codec`. The null buffer is the
+    /// empty text.
+    ZEL_EXPORT String(const SharedBuf& buffer, const Codec& codec);
+
+    /// `c`, or the text, converted to `codec`, also from the same encoding.
+    ZEL_EXPORT String(const Codec& codec, unsigned int c);
+    ZEL_EXPORT String(const Codec& codec, const char* text);
+    ZEL_EXPORT String(const Codec& codec, const std::string& text);
+    ZEL_EXPORT String(const Codec& codec, const wchar_t* text);
+    /// Kept: takes only the first quarter of the characters.
+    ZEL_EXPORT String(const Codec& codec, const std::wstring& text);
+    /// The text converted to `codec`; shared if it is in that encoding.
+    ZEL_EXPORT String(const Codec& codec, const SharedBuf& buffer, const Codec& from);
+    ZEL_EXPORT String(const Codec& codec, const String& text);
+
+    /// Share the bytes of `other`.
+    String(const String& other) noexcept = default;
+    String& operator=(const String& other) noexcept
+    {
+        if (this == &other) return *this;
+        m_codec = other.m_codec;
+        m_buffer = other.m_buffer;
+        m_count = other.m_count;
+        return *this;
+    }
+    /// Take the bytes of `other` along, which is empty then.
+    String(String&& other) noexcept
+        : m_codec(other.m_codec), m_buffer(static_cast<SharedBuf&&>(other.m_buffer)),
+          m_count(other.m_count)
+    {
+        other.m_count = 0;
+    }
+    String& operator=(String&& other) noexcept
+    {
+        if (this == &other) return *this;
+        m_codec = other.m_codec;
+        m_buffer = static_cast<SharedBuf&&>(other.m_buffer);
+        m_count = other.m_count;
+        other.m_count = 0;
+        return *this;
+    }
+    ~String() { m_buffer.unref(); }
+
+    /// Returns a copy of the UTF-8 bytes of `text`.
+    ZEL_EXPORT static String fromUtf8(std::string_view text);
+
+    /// Returns the number of characters.
+    unsigned int size() const { return m_count; }
+    bool empty() const { return m_count == 0; }
+    const Codec& codec() const { return *m_codec; }
+    const SharedBuf& buffer() const { return m_buffer; }
+    /// Returns the address of the encoded bytes; null if the text was made from the null buffer or
+    /// has been moved from.
+    const unsigned char* data() const { return m_buffer.payload(); }
+    unsigned int byteLength() const { return m_buffer.length(); }
+
+    inline Iterator begin() const;
+    inline Iterator end() const;
+
+    /// Returns the characters as UTF-8, encoded anew: what cannot be decoded comes out as U+FFFD.
+    /// Without memory the text is empty.
+    ZEL_EXPORT std::string toUtf8() const;
+    /// Returns the characters as wide ones. Without memory the text is empty.
+    ZEL_EXPORT std::wstring toWide() const;
+
+    /// Returns the number of characters, counted anew. A text made by `+` or `*` may have others
+    /// than `size()` tells, where the end of one part and the beginning of the next decode
+    /// together.
+    ZEL_EXPORT unsigned int count() const;
+
+    /// Returns character number `i`. Direct in UCS-4, a walk from the beginning otherwise.
+    /// Asserts that `i` is less than `size()` ("i<size()"), then returns U+FFFD.
+    ZEL_EXPORT unsigned int at(unsigned int i) const;
+
+    /// Compare code point by code point. Nothing is normalised or folded.
+    ZEL_EXPORT bool operator==(const String& other) const;
+    ZEL_EXPORT bool operator<(const String& other) const;
+    ZEL_EXPORT bool operator>(const String& other) const;
+    bool operator!=(const String& other) const { return !(*this == other); }
+    bool operator<=(const String& other) const { return !(*this > other); }
+    bool operator>=(const String& other) const { return !(*this < other); }
+
+    /// Returns a hash of the code points: equal texts have equal ones, whatever their encodings.
+    ZEL_EXPORT std::size_t hash() const;
+
+    // The searches return a position in this text, its end if there is none. They allocate nothing.
+    // A position in a text that does not share these bytes is a caller's mistake, unless said
+    // otherwise.
+
+    /// Returns the first position from `from` on where `needle` begins. A position in another text
+    /// counts by its number of characters. An empty needle is found at `from`, unless that is the
+    /// end.
+    ZEL_EXPORT Iterator find(const String& needle, const Iterator& from) const;
+    inline Iterator find(const String& needle) const;
+
+    /// Returns the last position up to and including `before` where `needle` begins. An empty
+    /// needle is found at every position but the end. Asserts that `before` is in this text
+    /// ("before.string==this"), then goes on.
+    ZEL_EXPORT Iterator rfind(const String& needle, const Iterator& before) const;
+    inline Iterator rfind(const String& needle) const;
+
+    /// Returns the first position from `from` on whose character is in `set`.
+    /// Asserts that `from` is in this text ("from.string==this"), then goes on in the text of
+    /// `from`: what is found is a position there, and this text's end if nothing is.
+    ZEL_EXPORT Iterator find_first_of(const String& set, const Iterator& from) const;
+    inline Iterator find_first_of(const String& set) const;
+    /// As `find_first_of`, for a character that is not in `set`.
+    ZEL_EXPORT Iterator find_first_not_of(const String& set, const Iterator& from) const;
+    inline Iterator find_first_not_of(const String& set) const;
+
+    /// Returns the last position before `before`, and never that one, whose character is in `set`.
+    /// Asserts that `before` is in this text ("before.string==this"), then goes on.
+    ZEL_EXPORT Iterator find_last_of(const String& set, const Iterator& before) const;
+    inline Iterator find_last_of(const String& set) const;
+    /// As `find_last_of`, for a character that is not in `set`.
+    ZEL_EXPORT Iterator find_last_not_of(const String& set, const Iterator& before) const;
+    inline Iterator find_last_not_of(const String& set) const;
+
+    /// Returns the text from `from` to `to`, which shares the bytes. An empty text in UTF-8 if they
+    /// do not belong to this text or a copy of it, or if `to` is not behind `from`.
+    ZEL_EXPORT String substr(const Iterator& from, const Iterator& to) const;
+    /// As above, by numbers of characters; negative ones count from the end. `to` is an end, not a
+    /// length.
+    ZEL_EXPORT String substr(int from, int to) const;
+
+    /// Returns this text followed by `other`, in the encoding of this one.
+    ZEL_EXPORT String operator+(const String& other) const;
+    /// Returns this text `n` times.
+    ZEL_EXPORT String operator*(unsigned int n) const;
+
+    /// Returns this text with `with` in place of each occurrence of `what`, from the left, in
+    /// UTF-8. An empty `what` puts it between every two characters.
+    ZEL_EXPORT String replace(const String& what, const String& with) const;
+
+    /// Returns the pieces between the occurrences of `separator`, from the left. An empty separator
+    /// gives each character; a text in which it does not occur is one piece.
+    inline Pieces split(const String& separator) const;
+
+    /// Returns the texts of [first, last) with this one between every two of them, always in UTF-8.
+    /// Forward iterators are walked twice, to measure first; others once.
+    template <typename PieceIterator>
+    String join(PieceIterator first, PieceIterator last) const;
+
+private:
+    class Joiner;
+    template <typename Type, typename = void>
+    struct IsForward : false_type
+    {};
+
+    /// Takes the reference of `buffer` over.
+    String(const Codec& codec, SharedBuf&& buffer, unsigned int count) noexcept
+        : m_codec(&codec), m_buffer(static_cast<SharedBuf&&>(buffer)), m_count(count)
+    {}
+    /// As above, and counts.
+    ZEL_LOCAL String(const Codec& codec, SharedBuf&& buffer);
+
+    const Codec* m_codec;
+    SharedBuf m_buffer;
+    unsigned int m_count;
+};
+
+/// A position in one text. A forward iterator over its characters, which are values, not
+/// references.
+struct String::Iterator
+{
+    using iterator_category = forward_iterator_tag;
+    using value_type = unsigned int;
+    using difference_type = ptrdiff_t;
+    using pointer = void;
+    using reference = unsigned int;
+
+    /// Returns the code point; U+FFFD at the end and without a text.
+    unsigned int operator*() const
+    {
+        if (string == nullptr) return REPLACEMENT_CHAR;
+        return string->codec().read(string->data(), string->byteLength(), position);
+    }
+
+    /// Moves over one character; stays at the end. Where bytes are left that are none, moves to the
+    /// end. The library's own walks do the same.
+    Iterator& operator++()
+    {
+        if (atEnd()) return *this;
+        const unsigned int before = position.bytes;
+        unsigned int last = 0;
+        string->codec().read_forward(string->data(), string->byteLength(), position, 1, last);
+        if (position.bytes == before) position = {string->size(), string->byteLength()};
+        return *this;
+    }
+    Iterator operator++(int)
+    {
+        const Iterator before = *this;
+        ++*this;
+        return before;
+    }
+
+    bool atEnd() const
+    {
+        return string == nullptr || position.chars == string->size() ||
+               position.bytes >= string->byteLength();
+    }
+
+    /// Positions of texts that do not share bytes are neither equal nor ordered.
+    bool operator==(const Iterator& other) const
+    {
+        if (!sharesBytes(other)) return false;
+        if (position.chars == other.position.chars) return true;
+        return isSameText(other) && atEnd() && other.atEnd();
+    }
+    bool operator!=(const Iterator& other) const { return !(*this == other); }
+    bool operator<(const Iterator& other) const
+    {
+        return sharesBytes(other) && !(*this == other) &&
+               static_cast<int>(position.chars - other.position.chars) < 0;
+    }
+
+    /// The text, not owned; null for none.
+    const String* string = nullptr;
+    /// The place in its bytes.
+    Codec::Index position = {};
+
+private:
+    bool sharesBytes(const Iterator& other) const
+    {
+        if (string == nullptr || other.string == nullptr) return string == other.string;
+        return string->data() == other.string->data();
+    }
+    bool isSameText(const Iterator& other) const
+    {
+        return string == other.string || string->byteLength() == other.string->byteLength();
+    }
+};
+
+/// Walks the pieces of a text between separators. A forward iterator; the pieces are values.
+class String::Spliterator
+{
+public:
+    using iterator_category = forward_iterator_tag;
+    using value_type = String;
+    using difference_type = ptrdiff_t;
+    using pointer = void;
+    using reference = String;
+
+    /// The end of every walk.
+    ZEL_EXPORT Spliterator();
+    /// The first piece of `text`. Shares the bytes of both, which may be temporary.
+    ZEL_EXPORT Spliterator(const String& text, const String& separator);
+    ZEL_EXPORT Spliterator(const Spliterator& other);
+    ZEL_EXPORT Spliterator& operator=(const Spliterator& other);
+    ~Spliterator() = default;
+
+    /// Returns the piece, which shares the bytes of the text. An empty one is in UTF-8.
+    String operator*() const { return m_text.substr(m_begin, m_end); }
+
+    ZEL_EXPORT Spliterator& operator++();
+    Spliterator operator++(int)
+    {
+        Spliterator before(*this);
+        ++*this;
+        return before;
+    }
+
+    /// Walks are equal at the same piece of shared bytes, and when both are over.
+    ZEL_EXPORT bool operator==(const Spliterator& other) const;
+    bool operator!=(const Spliterator& other) const { return !(*this == other); }
+
+private:
+    ZEL_LOCAL void findEnd();
+    ZEL_LOCAL void skipSeparator();
+
+    String m_text;
+    String m_separator;
+    // Positions in m_text.
+    Iterator m_begin;
+    Iterator m_end;
+    bool m_isDone;
+};
+
+/// The pieces of a text, for range-for and the standard algorithms.
+class String::Pieces
+{
+public:
+    Pieces(const String& text, const String& separator) : m_text(text), m_separator(separator) {}
+
+    Spliterator begin() const { return Spliterator(m_text, m_separator); }
+    Spliterator end() const { return Spliterator(); }
+
+private:
+    String m_text;
+    String m_separator;
+};
+
+/// Puts texts into one block, which is allocated once if all of them are measured first, in the
+/// same order, and grows otherwise.
+class String::Joiner
+{
+public:
+    /// `glue` goes between every two texts and must outlive this object.
+    ZEL_EXPORT explicit Joiner(const String& glue);
+    ZEL_EXPORT ~Joiner();
+    Joiner(const Joiner&) = delete;
+    Joiner& operator=(const Joiner&) = delete;
+
+    ZEL_EXPORT void measure(const String& piece);
+    ZEL_EXPORT void append(const String& piece);
+    /// Requires that all pieces have been appended.
+    ZEL_EXPORT String finish();
+
+private:
+    ZEL_LOCAL void add(const String& text);
+    ZEL_LOCAL void reserve(unsigned long long bytes);
+
+    const String& m_glue;
+    SharedBuf m_block;
+    unsigned long long m_needed = 0;
+    unsigned int m_filled = 0;
+    unsigned int m_count = 0;
+    bool m_hasMeasured = false;
+};
+
+template <typename Type>
+struct String::IsForward<Type, void_t<typename iterator_traits<Type>::iterator_category>>
+    : is_base_of<forward_iterator_tag, typename iterator_traits<Type>::iterator_category>
+{};
+
+inline String::Iterator String::begin() const
+{
+    return {this, {}};
+}
+
+inline String::Iterator String::end() const
+{
+    return {this, {m_count, byteLength()}};
+}
+
+inline String::Iterator String::find(const String& needle) const
+{
+    return find(needle, begin());
+}
+
+inline String::Iterator String::rfind(const String& needle) const
+{
+    return rfind(needle, end());
+}
+
+inline String::Iterator String::find_first_of(const String& set) const
+{
+    return find_first_of(set, begin());
+}
+
+inline String::Iterator String::find_first_not_of(const String& set) const
+{
+    return find_first_not_of(set, begin());
+}
+
+inline String::Iterator String::find_last_of(const String& set) const
+{
+    return find_last_of(set, end());
+}
+
+inline String::Iterator String::find_last_not_of(const String& set) const
+{
+    return find_last_not_of(set, end());
+}
+
+inline String::Pieces String::split(const String& separator) const
+{
+    return Pieces(*this, separator);
+}
+
+template <typename PieceIterator>
+String String::join(PieceIterator first, PieceIterator last) const
+{
+    Joiner joiner(*this);
+    if constexpr (IsForward<PieceIterator>::value)
+        for (PieceIterator piece = first; piece != last; ++piece)
+            joiner.measure(*piece);
+    for (; first != last; ++first)
+        joiner.append(*first);
+    return joiner.finish();
+}
+
+} // namespace std::unicode
+
+/// Agrees with `==`: equal texts of different encodings have equal hashes.
+template <>
+struct std::hash<std::unicode::String>
+{
+    std::size_t operator()(const std::unicode::String& text) const { return text.hash(); }
+};
+
+#endif // ZELCOMMON_COMMON_UNICODE_STRING_H

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How many characters encoded bytes are.
+
+#ifndef ZELCOMMON_SRC_COMMON_UNICODE_COUNTING_H
+#define ZELCOMMON_SRC_COMMON_UNICODE_COUNTING_H
+
+#include "Conversion.h"
+
+namespace textcore {
+
+/// Returns the number of characters of `text`. What is left where nothing can be decoded any more
+/// is no character.
+unsigned int countCharacters(const std::unicode::Codec& codec, const Bytes& text);
+
+} // namespace textcore
+
+#endif // ZELCOMMON_SRC_COMMON_UNICODE_COUNTING_H

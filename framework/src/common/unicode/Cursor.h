@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A position that walks one text for the algorithms, with the encoding known at compile time. It
+// moves and ends as `String::Iterator` does; the two change together.
+
+#ifndef ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H
+#define ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H
+
+#include <common/unicode/String.h>
+
+#include "Encoding.h"
+
+namespace textcore {
+
+template <typename Encoding>
+class Cursor
+{
+public:
+    Cursor(const Encoding& encoding, const std::unicode::String& text,
+           const Codec::Index& position = {})
+        : m_encoding(encoding), m_data(text.data()), m_size(text.byteLength()),
+          m_count(text.size()), m_position(position)
+    {}
+
+    const Codec::Index& position() const { return m_position; }
+
+    bool atEnd() const { return m_position.chars == m_count || m_position.bytes >= m_size; }
+
+    unsigned int operator*() const { return m_encoding.read(m_data, m_size, m_position); }
+
+    /// Moves on; stays at the end. Where nothing can be decoded any more, moves to the end.
+    void operator++()
+    {
+        if (atEnd()) return;
+        unsigned int last = 0;
+        if (!step(last)) m_position = {m_count, m_size};
+    }
+
+    /// Moves over one character and stores it in `c`. Returns false, and may leave `c`, where
+    /// nothing can be decoded any more.
+    bool step(unsigned int& c)
+    {
+        const unsigned int before = m_position.bytes;
+        m_encoding.step(m_data, m_size, m_position, c);
+        return m_position.bytes != before;
+    }
+
+private:
+    Encoding m_encoding;
+    const unsigned char* m_data;
+    unsigned int m_size;
+    unsigned int m_count;
+    Codec::Index m_position;
+};
+
+} // namespace textcore
+
+#endif // ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H

@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <common/unicode/String.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "Conversion.h"
+#include "Cursor.h"
+#include "OwnedBlock.h"
+
+namespace std::unicode {
+
+namespace {
+
+using textcore::blockOf;
+using textcore::OwnedBlock;
+
+textcore::Bytes bytesOf(const String& text)
+{
+    return {text.data(), text.byteLength()};
+}
+
+/// Returns what `text` is in the encoding `target`; its own bytes if it has that.
+textcore::Extent extentIn(const Codec& target, const String& text)
+{
+    if (&text.codec() == &target) return {text.size(), text.byteLength()};
+    return textcore::measure(text.codec(), target, bytesOf(text), UINT_MAX);
+}
+
+/// Fills `to[0..extent.bytes)` with `text` in the encoding `target`.
+void put(const Codec& target, const String& text, const textcore::Extent& extent, unsigned char* to)
+{
+    if (&text.codec() != &target)
+        textcore::convert(text.codec(), target, bytesOf(text), extent, to);
+    else if (extent.bytes > 0)
+        std::memcpy(to, text.data(), text.byteLength());
+}
+
+bool shareBlocks(const String& left, const String& right)
+{
+    return left.buffer().data == right.buffer().data &&
+           left.buffer().offset == right.buffer().offset;
+}
+
+/// Returns the position one character behind `at`.
+Codec::Index next(const String& text, const Codec::Index& at)
+{
+    return textcore::withEncoding(text.codec(), [&](const auto& encoding) {
+        textcore::Cursor cursor(encoding, text, at);
+        ++cursor;
+        return cursor.position();
+    });
+}
+
+/// Returns the number of characters that an argument of `substr` stands for.
+unsigned int placeOf(int argument, unsigned int count)
+{
+    if (argument >= 0) return std::min(static_cast<unsigned int>(argument), count);
+    const unsigned int fromEnd = 0U - static_cast<unsigned int>(argument);
+    return fromEnd < count ? count - fromEnd : 0;
+}
+
+} // namespace
+
+String String::substr(const Iterator& from, const Iterator& to) const
+{
+    const bool isOurs = from.string != nullptr && to.string != nullptr &&
+                        shareBlocks(*this, *from.string) && shareBlocks(*this, *to.string);
+    if (!isOurs) return String("");
+    const unsigned int chars = to.position.chars - from.position.chars;
+    if (static_cast<int>(chars) <= 0) return String("");
+
+    // A position may be older than its text: the view stays inside the bytes of that text, which
+    // may be more than this one's. The difference wraps then, and the view grows.
+    const unsigned int end = std::min(to.position.bytes, to.string->byteLength());
+    const unsigned int begin = std::min(from.position.bytes, end);
+    const OwnedBlock head(m_buffer.shrink(byteLength() - end));
+    return String(*m_codec, head.view(begin), chars);
+}
+
+String String::substr(int from, int to) const
+{
+    const auto positionOf = [this](int argument) {
+        return Iterator{this, m_codec->at(data(), byteLength(), placeOf(argument, m_count))};
+    };
+    return substr(positionOf(from), positionOf(to));
+}
+
+String String::operator+(const String& other) const
+{
+    const textcore::Extent extent = extentIn(*m_codec, other);
+    const unsigned long long length = byteLength();
+    OwnedBlock block = blockOf(length + extent.bytes);
+    if (length > 0) std::memcpy(block.payload(), data(), byteLength());
+    put(*m_codec, other, extent, block.payload() + length);
+    return String(*m_codec, block.release(), m_count + other.m_count);
+}
+
+String String::operator*(unsigned int n) const
+{
+    const unsigned long long length = byteLength();
+    OwnedBlock block = blockOf(length * n);
+    for (unsigned int i = 0; length > 0 && i < n; ++i)
+        std::memcpy(block.payload() + i * length, data(), byteLength());
+    return String(*m_codec, block.release(), m_count * n);
+}
+
+String String::replace(const String& what, const String& with) const
+{
+    return with.join(Spliterator(*this, what), Spliterator());
+}
+
+// Kept: a joined text is in UTF-8, whatever its parts are.
+
+String::Joiner::Joiner(const String& glue) : m_glue(glue) {}
+
+String::Joiner::~Joiner()
+{
+    m_block.unref();
+}
+
+void String::Joiner::measure(const String& piece)
+{
+    if (m_hasMeasured) m_needed += extentIn(UTF8, m_glue).bytes;
+    m_needed += extentIn(UTF8, piece).bytes;
+    m_hasMeasured = true;
+}
+
+void String::Joiner::append(const String& piece)
+{
+    if (m_block.data == nullptr)
+        m_block = blockOf(m_needed).release();
+    else
+        add(m_glue);
+    add(piece);
+}
+
+void String::Joiner::add(const String& text)
+{
+    const textcore::Extent extent = extentIn(UTF8, text);
+    reserve(extent.bytes);
+    put(UTF8, text, extent, m_block.payload() + m_filled);
+    m_filled += static_cast<unsigned int>(extent.bytes);
+    m_count += text.size();
+}
+
+/// Makes room for `bytes` more. There is room already if all was measured.
+void String::Joiner::reserve(unsigned long long bytes)
+{
+    const unsigned long long needed = m_filled + bytes;
+    if (needed <= m_block.length()) return;
+    constexpr unsigned long long MOST = UINT_MAX - SharedBuf::HEADER_SIZE;
+    OwnedBlock larger = blockOf(std::max(needed, std::min(2ULL * m_filled, MOST)));
+    std::memcpy(larger.payload(), m_block.payload(), m_filled);
+    m_block = larger.release();
+}
+
+String String::Joiner::finish()
+{
+    if (m_block.data == nullptr) return String();
+    m_block.size = m_block.offset + m_filled;
+    return String(UTF8, std::move(m_block), m_count);
+}
+
+String::Spliterator::Spliterator()
+    : m_text(SharedBuf(), UTF8), m_separator(SharedBuf(), UTF8), m_isDone(true)
+{}
+
+String::Spliterator::Spliterator(const String& text, const String& separator)
+    : m_text(text), m_separator(separator), m_begin(m_text.begin()), m_end(m_text.begin()),
+      m_isDone(separator.empty() && text.empty())
+{
+    findEnd();
+}
+
+String::Spliterator::Spliterator(const Spliterator& other)
+    : m_text(other.m_text), m_separator(other.m_separator),
+      m_begin{&m_text, other.m_begin.position}, m_end{&m_text, other.m_end.position},
+      m_isDone(other.m_isDone)
+{}
+
+String::Spliterator& String::Spliterator::operator=(const Spliterator& other)
+{
+    if (this == &other) return *this;
+    m_text = other.m_text;
+    m_separator = other.m_separator;
+    m_begin = {&m_text, other.m_begin.position};
+    m_end = {&m_text, other.m_end.position};
+    m_isDone = other.m_isDone;
+    return *this;
+}
+
+void String::Spliterator::findEnd()
+{
+    if (m_separator.empty())
+        m_end = {&m_text, next(m_text, m_begin.position)};
+    else
+        m_end = m_text.find(m_separator, m_begin);
+}
+
+String::Spliterator& String::Spliterator::operator++()
+{
+    if (m_end.atEnd()) {
+        m_begin = m_end = m_text.end();
+        m_isDone = true;
+        return *this;
+    }
+    m_begin = m_end;
+    if (!m_separator.empty()) skipSeparator();
+    if (m_begin.atEnd())
+        m_begin = m_end = m_text.end();
+    else
+        findEnd();
+    return *this;
+}
+
+/// Where the separator was found in bytes that cannot be decoded, the text ends.
+void String::Spliterator::skipSeparator()
+{
+    unsigned int last = 0;
+    const unsigned int before = m_begin.position.bytes;
+    m_text.codec().read_forward(m_text.data(), m_text.byteLength(), m_begin.position,
+                                m_separator.size(), last);
+    if (m_begin.position.bytes == before) m_begin = m_text.end();
+}
+
+bool String::Spliterator::operator==(const Spliterator& other) const
+{
+    if (m_isDone || other.m_isDone) return m_isDone == other.m_isDone;
+    return shareBlocks(m_text, other.m_text) && shareBlocks(m_separator, other.m_separator) &&
+           m_begin == other.m_begin && m_end == other.m_end;
+}
+
+} // namespace std::unicode
