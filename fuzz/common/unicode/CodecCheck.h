@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One codec over any bytes, at any place and in any room, held against its slow model. The bytes
+// lie in memory of exactly their size.
+
+#ifndef ZELCOMMON_FUZZ_CODECCHECK_H
+#define ZELCOMMON_FUZZ_CODECCHECK_H
+
+#include <Input.h>
+#include <support/LibraryText.h>
+
+namespace fuzz {
+
+namespace slow = support::slow;
+
+class CodecCheck
+{
+public:
+    CodecCheck(slow::Encoding encoding, const slow::Bytes& data)
+        : m_encoding(encoding), m_codec(support::codecOf(encoding)), m_data(data), m_exact(data)
+    {}
+
+    void read(slow::Place at) const
+    {
+        require(slow::read(m_encoding, m_data, at) ==
+                m_codec.read(m_exact.data(), m_exact.size(), indexOf(at)));
+    }
+
+    void forward(slow::Place at, unsigned int n) const
+    {
+        std::unicode::Codec::Index index = indexOf(at);
+        unsigned int expected = UNTOUCHED;
+        unsigned int last = UNTOUCHED;
+        const unsigned int result = slow::readForward(m_encoding, m_data, at, n, expected);
+        require(result == m_codec.read_forward(m_exact.data(), m_exact.size(), index, n, last));
+        require(isSame(at, index) && expected == last);
+    }
+
+    void place(unsigned int i) const
+    {
+        require(isSame(slow::placeOf(m_encoding, m_data, i),
+                       m_codec.at(m_exact.data(), m_exact.size(), i)));
+    }
+
+    /// Writes over a copy of the data.
+    void write(slow::Place at, unsigned int c) const
+    {
+        slow::Bytes room = m_data;
+        const support::ExactBytes exact(m_data);
+        std::unicode::Codec::Index index = indexOf(at);
+        const unsigned int result = slow::writeForward(m_encoding, room, at, c);
+        require(result == m_codec.write_forward(exact.data(), exact.size(), index, c));
+        require(isSame(at, index) && room == exact.copy());
+        require(slow::encodedBytes(m_encoding, c) == m_codec.encoded_bytes(c));
+    }
+
+    /// All of the above, at places and with numbers from `input`, and at every byte.
+    static void run(slow::Encoding encoding, Input& input)
+    {
+        const slow::Place far = {input.number(), input.number()};
+        const unsigned int n = input.number();
+        const unsigned int c = input.number();
+        const CodecCheck check(encoding, input.rest());
+        for (unsigned int p = 0; p <= check.m_exact.size() + 4; ++p)
+            check.atByte({far.chars, p}, n, c);
+        check.atByte(far, n, c);
+        check.place(n);
+    }
+
+private:
+    static constexpr unsigned int UNTOUCHED = 0xDEAD0001;
+
+    static std::unicode::Codec::Index indexOf(slow::Place at) { return {at.chars, at.bytes}; }
+    static bool isSame(slow::Place at, const std::unicode::Codec::Index& index)
+    {
+        return at.chars == index.chars && at.bytes == index.bytes;
+    }
+
+    void atByte(slow::Place at, unsigned int n, unsigned int c) const
+    {
+        read(at);
+        forward(at, 0);
+        forward(at, 1);
+        forward(at, n % 8);
+        forward(at, n);
+        place(at.bytes);
+        write(at, c);
+        write(at, slow::read(m_encoding, m_data, at));
+    }
+
+    slow::Encoding m_encoding;
+    const std::unicode::Codec& m_codec;
+    slow::Bytes m_data;
+    support::ExactBytes m_exact;
+};
+
+} // namespace fuzz
+
+#endif // ZELCOMMON_FUZZ_CODECCHECK_H
