@@ -38,7 +38,8 @@ public:
 
     /// Registers a handler for the rest of the process; registered twice, it is called twice. A
     /// handler that is registered during a report is not called by that report. A null handler
-    /// takes its place and is never called. Returns false (0) if the handler was stored. Returns
+    /// takes its place and is never called.
+    /// Returns false (0) if the handler was stored. Returns
     /// true (1) if the table was full and the handler was refused.
     static bool atAbort(AbortHandler handler);
     static bool atAssert(AssertHandler handler);     ///< As `atAbort`.

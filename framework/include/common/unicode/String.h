@@ -145,7 +145,8 @@ public:
     inline Iterator find(const String& needle) const;
 
     /// Returns the last position up to and including `before` where `needle` begins. An empty
-    /// needle is found at every position but the end. Asserts that `before` is in this text
+    /// needle is found at every position but the end.
+    /// Asserts that `before` is in this text
     /// ("before.string==this"), then goes on.
     ZEL_EXPORT Iterator rfind(const String& needle, const Iterator& before) const;
     inline Iterator rfind(const String& needle) const;
