@@ -5,6 +5,11 @@
 #ifndef ZELCOMMON_ZELCOMMON_H
 #define ZELCOMMON_ZELCOMMON_H
 
+#include <common/BinBuffer.h>
+#include <common/IBinInputStream.h>
+#include <common/IBinOutputStream.h>
+#include <common/IBinStreamBase.h>
+#include <common/UUID.h>
 #include <common/buffers.h>
 #include <common/error/Error.h>
 #include <common/error/ErrorObject.h>
@@ -12,6 +17,7 @@
 #include <common/error/ErrorStorages.h>
 #include <common/error/ErrorType.h>
 #include <common/error/GlobalErrorHandler.h>
+#include <common/streams/fstream.h>
 #include <common/tracing/Channel.h>
 #include <common/tracing/ChannelList.h>
 #include <common/tracing/IClient.h>

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the binary input and output streams have in common: the errors, and the blocking mode. A
+// class that is both kinds of stream has one base of this kind.
+//
+//     if (input.read(data, size, got) != 1 && ErrorStorage::isA(std::IBinStreamBase::StreamError))
+//         return ErrorStorage::id() == 2 ? ended() : broken();
+
+#ifndef ZELCOMMON_COMMON_IBINSTREAMBASE_H
+#define ZELCOMMON_COMMON_IBINSTREAMBASE_H
+
+#include <common/error/ErrorType.h>
+#include <zel/attributes.h>
+
+namespace std {
+
+/// The base of all binary streams. A stream is used by one thread at a time.
+class ZEL_EXPORT IBinStreamBase
+{
+public:
+    /// The failures of streams, raised by the concrete ones. No row takes values.
+    /// 0: "the binary i/o stream is broken"
+    /// 1: "a binary i/o stream operation failed"
+    /// 2: "end of binary i/o stream has been reached. no more i/o possible"
+    /// 3: "the requested operation is not supported by the binary i/o stream implementation"
+    /// 4: "an unknown error has occured on the binary i/o stream"
+    static ErrorType StreamError;
+
+    virtual ~IBinStreamBase();
+    IBinStreamBase(const IBinStreamBase&) = delete;
+    IBinStreamBase& operator=(const IBinStreamBase&) = delete;
+
+    /// Returns whether the stream can be used. One that is input and output overrides it.
+    virtual bool isValid() const = 0;
+
+protected:
+    IBinStreamBase() = default;
+
+    /// Whether a flush goes on until the whole buffer is out, also while the device takes nothing.
+    /// If not, it stops after the first partial transfer.
+    bool blocking = true;
+};
+
+} // namespace std
+
+#endif // ZELCOMMON_COMMON_IBINSTREAMBASE_H

@@ -1,0 +1,441 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <common/streams/fstream.h>
+
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <type_traits>
+
+#include <common/error/ErrorStorage.h>
+#include <gtest/gtest.h>
+
+#include "support/ChildProcess.h"
+#include "support/OpenStorage.h"
+#include "support/ScriptedFile.h"
+
+namespace {
+
+using std::filebuf_base;
+using support::ChildResult;
+using support::OpenStorage;
+using support::reportTitle;
+using support::runInChild;
+using support::ScriptedFile;
+
+constexpr int END_OF_FILE = std::char_traits<char>::eof();
+constexpr auto IN = std::ios_base::in;
+constexpr auto OUT = std::ios_base::out;
+
+static_assert(std::is_convertible_v<filebuf_base*, std::basic_streambuf<char>*>);
+static_assert(std::is_abstract_v<filebuf_base>);
+static_assert(!std::is_copy_constructible_v<filebuf_base>);
+static_assert(!std::is_copy_assignable_v<filebuf_base>);
+static_assert(filebuf_base::RESET_WINDOWS == -1);
+static_assert(ScriptedFile::DEFAULT_SIZE == 2048);
+
+/// A file with a buffer.
+struct BufferedFile : ScriptedFile
+{
+    BufferedFile(std::ios_base::openmode openMode, unsigned int size) : ScriptedFile(openMode, size)
+    {
+        createBuffer();
+    }
+};
+
+/// Reads all of the get area.
+void skipGetArea(ScriptedFile& file)
+{
+    while (file.in_avail() > 0)
+        file.sbumpc();
+}
+
+std::string warned(const ChildResult& result, const std::string& reason)
+{
+    return reportTitle("Warning triggered", result) +
+           "Location: src/common/streams/fstream:127, overflow()\n"
+           "Reason: \"Couldn't actually write: " +
+           reason + "\"\nNo error context set\n";
+}
+
+std::string windowsAsserted(const ChildResult& result)
+{
+    return reportTitle("Assert failed", result) +
+           "Location: include/common/streams/fstream:141, applyWindows()\n"
+           "Condition: \"p_offset >= RESET_WINDOWS\"\n"
+           "No reason given\n"
+           "No error context set\n";
+}
+
+TEST(Filebuf, Reading_FillsTheGetArea)
+{
+    BufferedFile file(IN, 4);
+    file.give("abc");
+    EXPECT_EQ('a', file.sgetc());
+    EXPECT_EQ("|abc", file.getArea());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ("r", file.state());
+    EXPECT_EQ('b', file.snextc());
+    EXPECT_EQ('b', file.underflow());
+    EXPECT_EQ("read(4)", file.takeCalls());
+}
+
+TEST(Filebuf, Reading_BytesAreUnsigned)
+{
+    BufferedFile file(IN, 2);
+    file.give("\xFF\x80");
+    EXPECT_EQ(255, file.sgetc());
+    EXPECT_EQ(255, file.underflow());
+    EXPECT_EQ(255, file.sbumpc());
+    EXPECT_EQ(128, file.sbumpc());
+}
+
+TEST(Filebuf, Reading_SizeOfOne)
+{
+    BufferedFile file(IN, 1);
+    file.give("a");
+    file.give("b");
+    char text[3] = {};
+    EXPECT_EQ(2, file.sgetn(text, 3));
+    EXPECT_EQ("ab", std::string(text));
+    EXPECT_EQ("read(1) read(1) read(1)", file.takeCalls());
+}
+
+TEST(Filebuf, Reading_NotOpenForIt)
+{
+    BufferedFile file(OUT, 4);
+    file.give("abc");
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ(END_OF_FILE, file.sbumpc());
+    EXPECT_EQ("", file.takeCalls());
+    EXPECT_EQ("", file.state());
+}
+
+TEST(Filebuf, Reading_RefusesWhileWriting)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("a");
+    file.sputc('x');
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ(0, file.pubsync());
+    EXPECT_EQ(END_OF_FILE, file.sgetc()); // a sync does not end it
+    EXPECT_EQ("w", file.state());
+    EXPECT_EQ("write(x) flush()", file.takeCalls());
+    file.pubseekpos(0);
+    EXPECT_EQ('a', file.sgetc());
+}
+
+TEST(Filebuf, Reading_ClearsThePutArea)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.sputc('x');
+    file.writing = false; // as a derived class may
+    file.give("a");
+    EXPECT_EQ('a', file.sgetc());
+    EXPECT_EQ("none", file.putArea());
+}
+
+TEST(Filebuf, Reading_WithoutABuffer)
+{
+    ScriptedFile file(IN, 4);
+    file.give("abc");
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ(END_OF_FILE, file.sbumpc());
+    EXPECT_EQ("", file.takeCalls());
+}
+
+TEST(Filebuf, Reading_OutsideBufferOfSizeZero)
+{
+    const std::unique_ptr<char[]> outside(new char[4]);
+    ScriptedFile file(IN, 0, outside.get() + 4); // nothing behind it
+    file.give("", 5);
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ(END_OF_FILE, file.sbumpc());
+    EXPECT_EQ("", file.takeCalls());
+}
+
+TEST(Filebuf, EndOfFile_ChangesNothing)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("ab");
+    file.sgetc();
+    skipGetArea(file);
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ("ab|", file.getArea());
+    EXPECT_EQ("r", file.state());
+    EXPECT_EQ('b', file.sungetc());
+}
+
+TEST(Filebuf, FailedRead_EndsReading)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("ab");
+    file.sgetc();
+    skipGetArea(file);
+    file.give("", 0, -1);
+    EXPECT_EQ(END_OF_FILE, file.sbumpc());
+    EXPECT_EQ("|", file.getArea());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ("", file.state());
+    EXPECT_EQ('0', file.sputc('x'));
+}
+
+TEST(Filebuf, FailedRead_WhatItGaveIsReadable)
+{
+    BufferedFile file(IN, 4);
+    file.give("ab", 2, -1);
+    EXPECT_EQ('a', file.sbumpc());
+    EXPECT_EQ("a|b", file.getArea());
+    EXPECT_EQ("r", file.state());
+}
+
+TEST(Filebuf, CountBeyondTheSizeIsAllOfIt)
+{
+    BufferedFile file(IN, 4);
+    file.give("abcd", 2147483647);
+    EXPECT_EQ('a', file.sgetc());
+    EXPECT_EQ("|abcd", file.getArea());
+}
+
+TEST(Filebuf, ResetWindows_ReturnsAStaleByteWithoutMoving)
+{
+    BufferedFile file(IN, 4);
+    file.give("xy", filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ('x', file.underflow());
+    EXPECT_EQ("|", file.getArea());
+    EXPECT_EQ("r", file.state());
+    file.give("z", filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ('z', file.uflow());
+    EXPECT_EQ("|", file.getArea());
+    file.give("ab");
+    EXPECT_EQ('a', file.uflow());
+    EXPECT_EQ("a|b", file.getArea());
+}
+
+TEST(Filebuf, ResetWindows_ThroughTheCallsOfUsers)
+{
+    BufferedFile file(IN, 1);
+    char text[3] = {};
+    file.give("\xFF", filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ(255, file.sbumpc());
+    file.give("", filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ(255, file.sgetc());
+    file.give("y", filebuf_base::RESET_WINDOWS);
+    file.give("", filebuf_base::RESET_WINDOWS);
+    file.give("z");
+    EXPECT_EQ(3, file.sgetn(text, 3));
+    EXPECT_EQ("yyz", std::string(text, 3));
+    EXPECT_EQ("z|", file.getArea());
+}
+
+TEST(Filebuf, ResetWindows_NewBufferHoldsAZero)
+{
+    BufferedFile file(IN, 4);
+    file.give("", filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ(0, file.sgetc());
+}
+
+TEST(Filebuf, ResetWindows_WritingIsRefusedBehindIt)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("x", filebuf_base::RESET_WINDOWS);
+    file.sgetc();
+    EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+}
+
+TEST(Filebuf, ResetWindows_NoFailureIsAsserted)
+{
+    const ChildResult result = runInChild([] {
+        BufferedFile file(IN, 4);
+        file.give("x", filebuf_base::RESET_WINDOWS);
+        file.sgetc();
+    });
+    EXPECT_EQ(0, result.exitCode);
+    EXPECT_EQ("", result.err);
+}
+
+TEST(Filebuf, CountBelowResetWindows_IsAssertedAndTakenAsIt)
+{
+    const ChildResult result = runInChild([] {
+        BufferedFile file(IN, 4);
+        file.give("x", -2);
+        EXPECT_EQ('x', file.sbumpc());
+        EXPECT_EQ("|", file.getArea());
+        EXPECT_EQ("r", file.state());
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(windowsAsserted(result), result.err);
+}
+
+TEST(Filebuf, Writing_FirstCharacterMakesThePutArea)
+{
+    BufferedFile file(OUT, 4);
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ('0', file.sputc('a'));
+    EXPECT_EQ("a+2", file.putArea());
+    EXPECT_EQ("|", file.getArea());
+    EXPECT_EQ("w", file.state());
+    EXPECT_EQ('b', file.sputc('b'));
+    EXPECT_EQ("", file.takeCalls());
+}
+
+TEST(Filebuf, Writing_ByteHeldBackTakesTheOverflow)
+{
+    BufferedFile file(OUT, 4);
+    EXPECT_EQ(3, file.sputn("abc", 3));
+    EXPECT_EQ("abc+0", file.putArea());
+    EXPECT_EQ('0', file.sputc('d'));
+    EXPECT_EQ("write(abcd)", file.takeCalls());
+    EXPECT_EQ("+3", file.putArea());
+    EXPECT_EQ("|", file.getArea());
+}
+
+TEST(Filebuf, Writing_ShortCountIsNotLookedAt)
+{
+    BufferedFile file(OUT, 4);
+    file.takeWrite(1);
+    EXPECT_EQ(4, file.sputn("abcd", 4));
+    EXPECT_EQ("+3", file.putArea());
+    EXPECT_EQ(0, file.pubsync());
+    EXPECT_EQ("write(abcd) flush()", file.takeCalls());
+}
+
+TEST(Filebuf, Writing_EndOfFileIsNoCharacter)
+{
+    BufferedFile file(OUT, 4);
+    EXPECT_EQ('0', file.overflow(END_OF_FILE));
+    EXPECT_EQ("+3", file.putArea());
+    EXPECT_EQ("w", file.state());
+    file.sputc('a');
+    EXPECT_EQ('0', file.overflow(END_OF_FILE));
+    EXPECT_EQ("write(a)", file.takeCalls());
+}
+
+TEST(Filebuf, Writing_ByteOfAllOnesIsNotTheEndOfFile)
+{
+    BufferedFile file(OUT, 2);
+    EXPECT_EQ('0', file.sputc('\xFF'));
+    EXPECT_EQ('0', file.sputc('\xFF'));
+    EXPECT_EQ("write(\xFF\xFF)", file.takeCalls());
+}
+
+TEST(Filebuf, Writing_SizeOfOne_EachCharacterByItself)
+{
+    BufferedFile file(OUT, 1);
+    EXPECT_EQ('0', file.sputc('a'));
+    EXPECT_EQ(2, file.sputn("bc", 2));
+    EXPECT_EQ(END_OF_FILE, file.overflow(END_OF_FILE));
+    EXPECT_EQ("write(a) write(b) write(c)", file.takeCalls());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ("w", file.state());
+}
+
+TEST(Filebuf, Writing_SizeOfZero_NeedsNoBuffer)
+{
+    ScriptedFile file(OUT);
+    EXPECT_EQ('0', file.sputc('a'));
+    EXPECT_EQ("write(a)", file.takeCalls());
+    EXPECT_EQ(nullptr, file.buffer);
+}
+
+TEST(Filebuf, Writing_WithoutABuffer)
+{
+    ScriptedFile file(OUT, 4);
+    EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+    EXPECT_EQ("", file.takeCalls());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ("", file.state());
+}
+
+TEST(Filebuf, Writing_NotOpenForIt)
+{
+    BufferedFile file(IN, 4);
+    EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+    EXPECT_EQ(END_OF_FILE, file.overflow(END_OF_FILE));
+    EXPECT_EQ("", file.state());
+}
+
+TEST(Filebuf, Writing_RefusesWhileReading)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("a");
+    file.sbumpc();
+    EXPECT_EQ(END_OF_FILE, file.sputc('x'));
+    EXPECT_EQ("a|", file.getArea());
+    file.pubseekoff(0, std::ios_base::cur);
+    EXPECT_EQ('0', file.sputc('x'));
+}
+
+TEST(Filebuf, FailedWrite_CharacterIsRefused)
+{
+    const OpenStorage storage;
+    support::startChain(3);
+    const std::unique_ptr<char[]> outside(new char[4]);
+    ScriptedFile file(OUT, 4, outside.get());
+    file.sputn("abc", 3);
+    for (int i = 0; i < 100; ++i) { // as a caller that retries until it succeeds
+        file.failWrite(EIO);
+        EXPECT_EQ(END_OF_FILE, file.sputc('d'));
+        EXPECT_EQ("write(abcd)", file.takeCalls());
+    }
+    EXPECT_EQ("abc+0", file.putArea());
+    EXPECT_EQ("w", file.state());
+    EXPECT_EQ('0', file.sputc('e'));
+    EXPECT_EQ("write(abce)", file.takeCalls());
+}
+
+TEST(Filebuf, FailedWrite_WarnsWithItsErrno)
+{
+    const ChildResult result = runInChild([] {
+        BufferedFile file(OUT, 2);
+        file.sputc('a');
+        file.failWrite(ENOSPC);
+        EXPECT_EQ(END_OF_FILE, file.sputc('b'));
+        EXPECT_EQ("a+0", file.putArea());
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(warned(result, "No space left on device"), result.err);
+}
+
+TEST(Filebuf, FailedWrite_SizeOfOne_Warns)
+{
+    const ChildResult result = runInChild([] {
+        BufferedFile file(OUT, 1);
+        file.failWrite(EIO);
+        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+        EXPECT_EQ("", file.state());
+        EXPECT_EQ('0', file.sputc('b'));
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(warned(result, "Input/output error"), result.err);
+}
+
+TEST(Filebuf, FailedWrite_SilentWhileAnErrorIsPending)
+{
+    const ChildResult result = runInChild([] {
+        const OpenStorage storage;
+        support::startChain(3);
+        BufferedFile file(OUT, 1);
+        file.failWrite(EIO);
+        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+        EXPECT_TRUE(std::ErrorStorage::isError(true)); // not acknowledged here
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ("", result.err);
+}
+
+TEST(Filebuf, FailedWrite_WarnsIfTheErrorIsAcknowledged)
+{
+    const ChildResult result = runInChild([] {
+        const OpenStorage storage;
+        support::startChain(3);
+        std::ErrorStorage::ack();
+        BufferedFile file(OUT, 1);
+        file.failWrite(EIO);
+        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(warned(result, "Input/output error"), result.err);
+}
+
+} // namespace
