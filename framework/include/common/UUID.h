@@ -68,6 +68,7 @@ public:
     UUID(const UUID& other) : m_value(other.m_value) {}
     UUID& operator=(const UUID& other)
     {
+        if (this == &other) return *this;
         m_value = other.m_value;
         return *this;
     }

@@ -123,8 +123,11 @@ bool UUID::fromChars(const char* text, std::size_t size, UUID& out)
     value.timeMid = static_cast<uint16_t>(number(text + 9, 4));
     value.timeHiAndVersion = static_cast<uint16_t>(number(text + 14, 4));
     value.clockSeq = static_cast<uint16_t>(number(text + 19, 4));
-    for (int i = 0; i < 6; ++i)
-        value.node[i] = static_cast<uint8_t>(number(text + 24 + 2 * i, 2));
+    const char* digits = text + 24;
+    for (uint8_t& byte : value.node) {
+        byte = static_cast<uint8_t>(number(digits, 2));
+        digits += 2;
+    }
     return true;
 }
 
