@@ -22,11 +22,6 @@ bool isBelowOne(char status)
     return status < 1;
 }
 
-int valueOf(char c)
-{
-    return static_cast<unsigned char>(c);
-}
-
 /// Returns `buffer`, or one of `size` bytes of its own; makes `size` 0 if there is no memory.
 char* bufferFor(char* buffer, unsigned int& size)
 {
@@ -114,14 +109,14 @@ int BinBuffer::writeAlone(int c)
 int BinBuffer::underflow()
 {
     if (input == nullptr) return END_OF_FILE;
-    if (gptr() < egptr()) return valueOf(*gptr());
+    if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
 
     unsigned int got = 0;
     const char status = input->read(inputBuffer, inputSize, got);
     // A device that fails or has no more must not be asked for ever, whatever its status.
     if (isBelowOne(status) || got == 0) return endInput();
     setg(inputBuffer, inputBuffer, inputBuffer + got);
-    return valueOf(*gptr());
+    return traits_type::to_int_type(*gptr());
 }
 
 /// Acknowledges what ended the input. Returns the end of file.

@@ -27,7 +27,7 @@ TEST(ShortSourcePath, NullAndEmpty_AreReturnedAsTheyAre)
 TEST(ShortSourcePath, BeginsAtTheSourceDirectory)
 {
     EXPECT_STREQ("src/common/error/Error",
-                 shortSourcePath("/build/root/framework/src/common/error/Error"));
+                 shortSourcePath("/build/device/framework/src/common/error/Error"));
     EXPECT_STREQ("include/zel/Tls.h", shortSourcePath("/build/framework/include/zel/Tls.h"));
     EXPECT_STREQ("src/pump.cpp:5, start()", shortSourcePath("framework/src/pump.cpp:5, start()"));
 }

@@ -27,11 +27,6 @@ constexpr int END_OF_FILE = char_traits<char>::eof();
 constexpr int DONE = '0';             // of overflow, never the character
 constexpr unsigned int HELD_BACK = 1; // byte of the buffer, for the character that overflows
 
-int valueOf(char c)
-{
-    return static_cast<unsigned char>(c);
-}
-
 } // namespace
 
 filebuf_base::filebuf_base(ios_base::openmode openMode, unsigned int size, char* outsideBuffer)
@@ -84,7 +79,7 @@ void filebuf_base::resetPutArea()
 int filebuf_base::underflow()
 {
     if ((mode & ios_base::in) == 0 || writing) return END_OF_FILE;
-    if (gptr() < egptr()) return valueOf(*gptr());
+    if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
     if (buffer == nullptr || bufferSize == 0) return END_OF_FILE;
 
     int count = 0;
@@ -92,7 +87,7 @@ int filebuf_base::underflow()
     if (count != 0) {
         applyWindows(count);
         // Kept: for RESET_WINDOWS a stale byte is returned, though the get area is empty.
-        return valueOf(*buffer);
+        return traits_type::to_int_type(*buffer);
     }
     if (result == 0) return END_OF_FILE;
     setp(nullptr, nullptr);

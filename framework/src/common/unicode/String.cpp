@@ -49,11 +49,6 @@ SharedBuf converted(const Codec& source, const Codec& target, const void* text,
     return block.release();
 }
 
-SharedBuf shared(const SharedBuf& buffer)
-{
-    return buffer;
-}
-
 /// Returns the bytes of `buffer` in the encoding `target`.
 SharedBuf sharedOrConverted(const Codec& target, const SharedBuf& buffer, const Codec& source)
 {
@@ -64,6 +59,25 @@ SharedBuf sharedOrConverted(const Codec& target, const SharedBuf& buffer, const 
 unsigned long long bytesOfWide(std::size_t length)
 {
     return static_cast<unsigned long long>(length) * sizeof(wchar_t);
+}
+
+/// Returns `text` in the encoding `target`. Without memory it is empty.
+template <typename Text>
+Text encoded(const Codec& target, const String& text)
+{
+    const Bytes bytes{text.data(), text.byteLength()};
+    const textcore::Extent extent = textcore::measure(text.codec(), target, bytes, UINT_MAX);
+    const unsigned long long length = extent.bytes / sizeof(typename Text::value_type);
+    Text result;
+    if (extent.bytes > UINT_MAX || length > result.max_size()) return result;
+    try {
+        result.resize(static_cast<std::size_t>(length));
+    } catch (const std::bad_alloc&) {
+        return result;
+    }
+    textcore::convert(text.codec(), target, bytes, extent,
+                      reinterpret_cast<unsigned char*>(result.data()));
+    return result;
 }
 
 } // namespace
@@ -90,7 +104,7 @@ String::String(const std::wstring& text)
     : String(UCS4, copied(text.data(), bytesOfWide(text.size())))
 {}
 
-String::String(const SharedBuf& buffer, const Codec& codec) : String(codec, shared(buffer)) {}
+String::String(const SharedBuf& buffer, const Codec& codec) : String(codec, SharedBuf(buffer)) {}
 
 String::String(const Codec& codec, unsigned int c)
     : String(codec, converted(UCS4, codec, &c, sizeof c), 1)
@@ -141,33 +155,12 @@ unsigned int String::at(unsigned int i) const
 
 std::string String::toUtf8() const
 {
-    const Bytes bytes{data(), byteLength()};
-    const textcore::Extent extent = textcore::measure(*m_codec, UTF8, bytes, UINT_MAX);
-    std::string text;
-    if (extent.bytes > UINT_MAX || extent.bytes > text.max_size()) return text;
-    try {
-        text.resize(static_cast<std::size_t>(extent.bytes));
-    } catch (const std::bad_alloc&) {
-        return text;
-    }
-    textcore::convert(*m_codec, UTF8, bytes, extent, reinterpret_cast<unsigned char*>(text.data()));
-    return text;
+    return encoded<std::string>(UTF8, *this);
 }
 
 std::wstring String::toWide() const
 {
-    const Bytes bytes{data(), byteLength()};
-    const textcore::Extent extent = textcore::measure(*m_codec, WSTRING, bytes, UINT_MAX);
-    std::wstring text;
-    if (extent.bytes > UINT_MAX || extent.bytes / sizeof(wchar_t) > text.max_size()) return text;
-    try {
-        text.resize(static_cast<std::size_t>(extent.bytes / sizeof(wchar_t)));
-    } catch (const std::bad_alloc&) {
-        return text;
-    }
-    textcore::convert(*m_codec, WSTRING, bytes, extent,
-                      reinterpret_cast<unsigned char*>(text.data()));
-    return text;
+    return encoded<std::wstring>(WSTRING, *this);
 }
 
 } // namespace std::unicode
