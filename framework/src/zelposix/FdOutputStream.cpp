@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <zelposix/FdOutputStream.h>
+
+#include <cerrno>
+
+#include "Descriptor.h"
+#include "PosixReport.h"
+
+namespace zel {
+
+FdOutputStream::FdOutputStream(int fd, unsigned int size, bool isBlocking)
+    : IBinOutputStream(isBlocking, size), m_fd(fd), m_kind(posixcore::kindOf(fd))
+{}
+
+FdOutputStream::~FdOutputStream()
+{
+    // Only a stream that is not blocking keeps bytes without a failure.
+    if (!flush(false) && writePos != writeEnd) posixcore::raiseFailure("write", EAGAIN);
+}
+
+bool FdOutputStream::performWrite(const void* data, unsigned int size, unsigned int& written)
+{
+    const auto kind = static_cast<posixcore::DescriptorKind>(m_kind);
+    const posixcore::Transfer transfer = posixcore::writeSome(kind, m_fd, data, size, blocking);
+    written = transfer.count;
+    // What went out must count, or it would go out again: the next call tells of the failure.
+    if (written != 0 || transfer.error == 0) return false;
+    // Here only a stream that is not blocking has it: nothing is taken, which is a success.
+    if (transfer.error == EAGAIN) return false;
+    return posixcore::raiseFailure("write", transfer.error);
+}
+
+bool FdOutputStream::performFlush()
+{
+    const int error = posixcore::sync(m_fd);
+    return error == 0 ? false : posixcore::raiseFailure("fsync", error);
+}
+
+} // namespace zel
