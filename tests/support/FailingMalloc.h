@@ -40,6 +40,15 @@ private:
     int m_callsBefore;
 };
 
+/// Runs `body` while every allocation of the thread fails. Returns how many it attempted.
+template <typename Body>
+int attemptsOf(const Body& body)
+{
+    const FailingMalloc exhausted;
+    body();
+    return exhausted.calls();
+}
+
 } // namespace support
 
 #endif // ZELCOMMON_TESTS_SUPPORT_FAILINGMALLOC_H

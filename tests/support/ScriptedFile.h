@@ -167,6 +167,15 @@ private:
     int m_flushResult = 0;
 };
 
+/// A file with a buffer.
+struct BufferedFile : ScriptedFile
+{
+    BufferedFile(std::ios_base::openmode openMode, unsigned int size) : ScriptedFile(openMode, size)
+    {
+        createBuffer();
+    }
+};
+
 } // namespace support
 
 #endif // ZELCOMMON_TESTS_SUPPORT_SCRIPTEDFILE_H

@@ -17,6 +17,7 @@
 namespace {
 
 using std::filebuf_base;
+using support::BufferedFile;
 using support::ChildResult;
 using support::OpenStorage;
 using support::reportTitle;
@@ -34,28 +35,11 @@ static_assert(!std::is_copy_assignable_v<filebuf_base>);
 static_assert(filebuf_base::RESET_WINDOWS == -1);
 static_assert(ScriptedFile::DEFAULT_SIZE == 2048);
 
-/// A file with a buffer.
-struct BufferedFile : ScriptedFile
-{
-    BufferedFile(std::ios_base::openmode openMode, unsigned int size) : ScriptedFile(openMode, size)
-    {
-        createBuffer();
-    }
-};
-
 /// Reads all of the get area.
 void skipGetArea(ScriptedFile& file)
 {
     while (file.in_avail() > 0)
         file.sbumpc();
-}
-
-std::string warned(const ChildResult& result, const std::string& reason)
-{
-    return reportTitle("Warning triggered", result) +
-           "Location: src/common/streams/fstream:127, overflow()\n"
-           "Reason: \"Couldn't actually write: " +
-           reason + "\"\nNo error context set\n";
 }
 
 std::string windowsAsserted(const ChildResult& result)
@@ -265,177 +249,6 @@ TEST(Filebuf, CountBelowResetWindows_IsAssertedAndTakenAsIt)
     });
     EXPECT_EQ(0, result.exitCode) << result.out;
     EXPECT_EQ(windowsAsserted(result), result.err);
-}
-
-TEST(Filebuf, Writing_FirstCharacterMakesThePutArea)
-{
-    BufferedFile file(OUT, 4);
-    EXPECT_EQ("none", file.putArea());
-    EXPECT_EQ('0', file.sputc('a'));
-    EXPECT_EQ("a+2", file.putArea());
-    EXPECT_EQ("|", file.getArea());
-    EXPECT_EQ("w", file.state());
-    EXPECT_EQ('b', file.sputc('b'));
-    EXPECT_EQ("", file.takeCalls());
-}
-
-TEST(Filebuf, Writing_ByteHeldBackTakesTheOverflow)
-{
-    BufferedFile file(OUT, 4);
-    EXPECT_EQ(3, file.sputn("abc", 3));
-    EXPECT_EQ("abc+0", file.putArea());
-    EXPECT_EQ('0', file.sputc('d'));
-    EXPECT_EQ("write(abcd)", file.takeCalls());
-    EXPECT_EQ("+3", file.putArea());
-    EXPECT_EQ("|", file.getArea());
-}
-
-TEST(Filebuf, Writing_ShortCountIsNotLookedAt)
-{
-    BufferedFile file(OUT, 4);
-    file.takeWrite(1);
-    EXPECT_EQ(4, file.sputn("abcd", 4));
-    EXPECT_EQ("+3", file.putArea());
-    EXPECT_EQ(0, file.pubsync());
-    EXPECT_EQ("write(abcd) flush()", file.takeCalls());
-}
-
-TEST(Filebuf, Writing_EndOfFileIsNoCharacter)
-{
-    BufferedFile file(OUT, 4);
-    EXPECT_EQ('0', file.overflow(END_OF_FILE));
-    EXPECT_EQ("+3", file.putArea());
-    EXPECT_EQ("w", file.state());
-    file.sputc('a');
-    EXPECT_EQ('0', file.overflow(END_OF_FILE));
-    EXPECT_EQ("write(a)", file.takeCalls());
-}
-
-TEST(Filebuf, Writing_ByteOfAllOnesIsNotTheEndOfFile)
-{
-    BufferedFile file(OUT, 2);
-    EXPECT_EQ('0', file.sputc('\xFF'));
-    EXPECT_EQ('0', file.sputc('\xFF'));
-    EXPECT_EQ("write(\xFF\xFF)", file.takeCalls());
-}
-
-TEST(Filebuf, Writing_SizeOfOne_EachCharacterByItself)
-{
-    BufferedFile file(OUT, 1);
-    EXPECT_EQ('0', file.sputc('a'));
-    EXPECT_EQ(2, file.sputn("bc", 2));
-    EXPECT_EQ(END_OF_FILE, file.overflow(END_OF_FILE));
-    EXPECT_EQ("write(a) write(b) write(c)", file.takeCalls());
-    EXPECT_EQ("none", file.putArea());
-    EXPECT_EQ("w", file.state());
-}
-
-TEST(Filebuf, Writing_SizeOfZero_NeedsNoBuffer)
-{
-    ScriptedFile file(OUT);
-    EXPECT_EQ('0', file.sputc('a'));
-    EXPECT_EQ("write(a)", file.takeCalls());
-    EXPECT_EQ(nullptr, file.buffer);
-}
-
-TEST(Filebuf, Writing_WithoutABuffer)
-{
-    ScriptedFile file(OUT, 4);
-    EXPECT_EQ(END_OF_FILE, file.sputc('a'));
-    EXPECT_EQ("", file.takeCalls());
-    EXPECT_EQ("none", file.putArea());
-    EXPECT_EQ("", file.state());
-}
-
-TEST(Filebuf, Writing_NotOpenForIt)
-{
-    BufferedFile file(IN, 4);
-    EXPECT_EQ(END_OF_FILE, file.sputc('a'));
-    EXPECT_EQ(END_OF_FILE, file.overflow(END_OF_FILE));
-    EXPECT_EQ("", file.state());
-}
-
-TEST(Filebuf, Writing_RefusesWhileReading)
-{
-    BufferedFile file(IN | OUT, 4);
-    file.give("a");
-    file.sbumpc();
-    EXPECT_EQ(END_OF_FILE, file.sputc('x'));
-    EXPECT_EQ("a|", file.getArea());
-    file.pubseekoff(0, std::ios_base::cur);
-    EXPECT_EQ('0', file.sputc('x'));
-}
-
-TEST(Filebuf, FailedWrite_CharacterIsRefused)
-{
-    const OpenStorage storage;
-    support::startChain(3);
-    const std::unique_ptr<char[]> outside(new char[4]);
-    ScriptedFile file(OUT, 4, outside.get());
-    file.sputn("abc", 3);
-    for (int i = 0; i < 100; ++i) { // as a caller that retries until it succeeds
-        file.failWrite(EIO);
-        EXPECT_EQ(END_OF_FILE, file.sputc('d'));
-        EXPECT_EQ("write(abcd)", file.takeCalls());
-    }
-    EXPECT_EQ("abc+0", file.putArea());
-    EXPECT_EQ("w", file.state());
-    EXPECT_EQ('0', file.sputc('e'));
-    EXPECT_EQ("write(abce)", file.takeCalls());
-}
-
-TEST(Filebuf, FailedWrite_WarnsWithItsErrno)
-{
-    const ChildResult result = runInChild([] {
-        BufferedFile file(OUT, 2);
-        file.sputc('a');
-        file.failWrite(ENOSPC);
-        EXPECT_EQ(END_OF_FILE, file.sputc('b'));
-        EXPECT_EQ("a+0", file.putArea());
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ(warned(result, "No space left on device"), result.err);
-}
-
-TEST(Filebuf, FailedWrite_SizeOfOne_Warns)
-{
-    const ChildResult result = runInChild([] {
-        BufferedFile file(OUT, 1);
-        file.failWrite(EIO);
-        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
-        EXPECT_EQ("", file.state());
-        EXPECT_EQ('0', file.sputc('b'));
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ(warned(result, "Input/output error"), result.err);
-}
-
-TEST(Filebuf, FailedWrite_SilentWhileAnErrorIsPending)
-{
-    const ChildResult result = runInChild([] {
-        const OpenStorage storage;
-        support::startChain(3);
-        BufferedFile file(OUT, 1);
-        file.failWrite(EIO);
-        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
-        EXPECT_TRUE(std::ErrorStorage::isError(true)); // not acknowledged here
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ("", result.err);
-}
-
-TEST(Filebuf, FailedWrite_WarnsIfTheErrorIsAcknowledged)
-{
-    const ChildResult result = runInChild([] {
-        const OpenStorage storage;
-        support::startChain(3);
-        std::ErrorStorage::ack();
-        BufferedFile file(OUT, 1);
-        file.failWrite(EIO);
-        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ(warned(result, "Input/output error"), result.err);
 }
 
 } // namespace

@@ -37,9 +37,7 @@ public:
     enum : unsigned int {
         /// The constructor's name is the local name, one segment of a path, not the whole path.
         FLAG_LOCAL_NAME = 1,
-        /// The channel registers with the `ChannelList` when it is built, and unregisters when it
-        /// is
-        /// destroyed.
+        /// The channel registers with the `ChannelList` when built, and unregisters when destroyed.
         FLAG_REGISTER = 2,
     };
 
