@@ -3,8 +3,7 @@
 // Printing of the library's values on standard streams. Apart from the other headers, which do
 // without <ostream>. Width, fill and alignment are honoured; the width of a text counts its bytes.
 //
-//     std::cout << std::setw(40) << std::left << id << deadline - zelbase::TimePoint::now() <<
-//     '\n';
+//     std::cout << std::setw(40) << std::left << id << std::endl;
 
 #ifndef ZELCOMMON_ZELCOMMON_OSTREAM_H
 #define ZELCOMMON_ZELCOMMON_OSTREAM_H
@@ -28,7 +27,7 @@ inline ostream& operator<<(ostream& out, const UUID& id)
 
 namespace unicode {
 
-/// Prints the characters as UTF-8.
+/// Prints the characters as UTF-8. Throws `bad_alloc` without memory for them.
 inline ostream& operator<<(ostream& out, const String& text)
 {
     return out << text.toUtf8();
@@ -40,13 +39,13 @@ inline ostream& operator<<(ostream& out, const String& text)
 
 namespace zelbase {
 
-/// Prints the milliseconds.
+/// Prints the milliseconds, as the stream prints numbers.
 inline std::ostream& operator<<(std::ostream& out, const TimePoint& point)
 {
     return out << point.milliseconds();
 }
 
-/// Prints the milliseconds.
+/// Prints the milliseconds, as the stream prints numbers.
 inline std::ostream& operator<<(std::ostream& out, const Duration& span)
 {
     return out << span.milliseconds();

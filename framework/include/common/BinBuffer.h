@@ -2,7 +2,8 @@
 //
 // std::BinBuffer: a standard stream buffer over binary streams, so that the standard's formatted
 // streams read from and write to them. Failures of the binary streams are acknowledged here and
-// become ends of file, as the standard's streams know nothing of the errors of a thread.
+// become ends of file, as the standard's streams know nothing of the errors of a thread. Where
+// `char` is unsigned, a failed write is not noticed here: the error stays pending.
 //
 //     std::BinBuffer buffer(output);
 //     std::ostream(&buffer) << "level " << level << '\n' << std::flush;
@@ -19,7 +20,7 @@
 namespace std {
 
 /// A stream buffer. The binary streams are not owned and must outlive it; so must buffers from
-/// outside. One thread at a time. Destruction writes nothing: flush before.
+/// outside. Destruction writes nothing: flush before. Not thread-safe.
 class ZEL_EXPORT BinBuffer : public basic_streambuf<char>
 {
 public:
@@ -28,10 +29,11 @@ public:
 
     /// Over `from`, `to` or both, of which either may be null, with buffers of these sizes in
     /// bytes. A stream that is both takes this form. A null buffer of another size than 0 is
-    /// allocated; without memory the size is 0. An output size of 1 writes each character by
-    /// itself; with 0 nothing is written.
+    /// allocated. An output size of 1 writes each character by itself; with 0 nothing is written.
+    /// Raises `CommonError` row 0 without memory for a buffer; its size is 0 then.
     BinBuffer(IBinInputStream* from, unsigned int fromSize, IBinOutputStream* to,
               unsigned int toSize, char* fromBuffer = nullptr, char* toBuffer = nullptr);
+    /// One way, with a buffer of that many bytes.
     explicit BinBuffer(IBinInputStream& from, unsigned int fromSize = DEFAULT_SIZE);
     explicit BinBuffer(IBinOutputStream& to, unsigned int toSize = DEFAULT_SIZE);
     ~BinBuffer() override;
@@ -43,7 +45,10 @@ protected:
     int sync() override;
     /// Returns the next byte, or the end of file.
     int underflow() override;
-    /// Writes what is pending and `c`, which is refused if that fails. Returns 1, or -1.
+    /// Writes what is pending and `c`, which is refused if that fails; for an end of file what is
+    /// pending alone. What a partial transfer leaves does not count as pending any more.
+    /// Returns 1, never the character; -1 on failure, and if nothing is pending, unless the output
+    /// size is 1.
     int overflow(int c) override;
 
     /// Not owned; null if there is none.

@@ -20,8 +20,8 @@ class ZEL_EXPORT IBinInputStream : public virtual IBinStreamBase
 public:
     /// A stream with a buffer of `bufferSize` bytes; 0 is none. `blocking` is for the
     /// implementation.
-    /// Raises `CommonError` row 0 if there is no memory; the stream is invalid
-    /// then, and each read fails.
+    /// Raises `CommonError` row 0 if there is no memory; the stream is invalid then, and each read
+    /// fails.
     IBinInputStream(bool blocking, unsigned int bufferSize);
     ~IBinInputStream() override;
 
@@ -32,19 +32,21 @@ public:
     /// returned alone, also if it is less: a further read goes on.
     /// Returns 1 if bytes were read.
     /// Returns 0 if none were: at the end, and for a size of 0 or null data.
-    /// Returns -1 (255 where `char` is unsigned) on failure, with the error that the implementation
-    /// has raised, and a warning if it has raised none. What a failed transfer into the buffer did
-    /// deliver is read next. A stream without its buffer fails silently.
+    /// Returns -1 (255 where `char` is unsigned) on failure, and `got` is 0 then, with the error
+    /// that the implementation has raised, and a warning if it has raised none. What a failed
+    /// transfer into the buffer did deliver is read next; past the buffer it is lost. A stream
+    /// without its buffer, and one whose hook fails, gives no warning.
     char read(void* data, unsigned int size, unsigned int& got);
 
 protected:
-    /// A hook that is called before each use of the buffer. Returns false for success; true fails
-    /// the read.
+    /// A hook that is called before each use of the buffer. It may replace the buffer and change
+    /// positions and size; a size of 0 makes the stream one without a buffer. Must not throw.
+    /// Returns false for success; true fails the read.
     virtual bool checkReadBufferConsistency();
 
-    /// Reads into `data[0..size)`; `got`, which is 0 before, tells how many bytes; none is the end
-    /// of the stream. Must not throw. Returns false for success; true for failure, with a row of
-    /// `StreamError` raised.
+    /// Reads into `data[0..size)`; `got`, which is 0 before, tells how many bytes, also on failure;
+    /// none is the end of the stream. Must not throw.
+    /// Returns false for success; true for failure, with a row of `StreamError` raised.
     virtual bool performRead(void* data, unsigned int size, unsigned int& got) = 0;
 
     /// The unread bytes are `buffer[readPos..readEnd)`; both are 0 if there are none.

@@ -4,7 +4,8 @@
 // implements one transfer; buffering, checks, reports and flushing are done here.
 //
 //     unsigned int written = 0;
-//     if (output.write(data, size, written) != 1 || output.flush(true)) return false;
+//     if (output.write(data, size, written) != 1 || written != size) return false;
+//     if (output.flush(true)) return false;
 
 #ifndef ZELCOMMON_COMMON_IBINOUTPUTSTREAM_H
 #define ZELCOMMON_COMMON_IBINOUTPUTSTREAM_H
@@ -18,7 +19,7 @@ namespace std {
 class ZEL_EXPORT IBinOutputStream : public virtual IBinStreamBase
 {
 public:
-    /// A stream with a buffer of `bufferSize` bytes; 0 is none.
+    /// A stream with a buffer of `bufferSize` bytes; 0 is none. `blocking` is for flushes.
     /// Raises `CommonError` row 0 if there is no memory; the stream is invalid then, and each write
     /// fails.
     IBinOutputStream(bool blocking, unsigned int bufferSize);
@@ -28,27 +29,31 @@ public:
     bool isValid() const override;
 
     /// Writes up to `size` bytes of `data`, into the buffer if they fit; `written` tells how many.
-    /// Returns 1 if bytes were written.
-    /// Returns 0 if none were: the device takes nothing and the buffer is full, the size is 0 or
-    /// the data are null.
+    /// Returns 1 if bytes were written; what `written` lacks of `size` is for a further write.
+    /// Returns 0 if none were: the full buffer did not go out as a whole, the size is 0 or the data
+    /// are null.
     /// Returns -1 (255 where `char` is unsigned) on failure, with the error that the implementation
     /// has raised, and a warning if it has raised none. `written` bytes are in the buffer then, or
-    /// out; of a transfer past the buffer that failed, what went out does not count. A stream
-    /// without its buffer fails silently.
+    /// out. What a failed transfer did take does not count: from the buffer it goes out again, past
+    /// the buffer it is not in `written`. A stream without its buffer, and one whose hook fails,
+    /// gives no warning.
     char write(const void* data, unsigned int size, unsigned int& written);
 
-    /// Hands the buffer to the implementation, as a whole if the stream is blocking, once if not;
-    /// then, if `deep` is true, flushes what is below the stream.
+    /// Hands the buffer to the implementation, once if the stream is not blocking, and again and
+    /// again if it is, also while the device takes nothing; then, if `deep` is true, flushes what
+    /// is below the stream.
     /// Returns false for success; true for failure, with the error that the implementation has
     /// raised; a warning says so if it has raised none. What is not out stays in the buffer.
     bool flush(bool deep);
 
 protected:
-    /// A hook that is called before each use of the buffer. Returns false for success; true fails
-    /// the operation.
+    /// A hook that is called before each use of the buffer. It may replace the buffer and change
+    /// positions and size; a size of 0 makes the stream one without a buffer. Must not throw.
+    /// Returns false for success; true fails the operation.
     virtual bool checkWriteBufferConsistency();
 
-    /// Writes `data[0..size)`; `written`, which is 0 before, tells how many bytes. Must not throw.
+    /// Writes `data[0..size)`; `written`, which is 0 before, tells how many bytes. On failure it
+    /// counts in a flush and without a buffer alone. Must not throw.
     /// Returns false for success; true for failure, with a row of `StreamError` raised.
     virtual bool performWrite(const void* data, unsigned int size, unsigned int& written) = 0;
 

@@ -3,8 +3,11 @@
 // What the binary input and output streams have in common: the errors, and the blocking mode. A
 // class that is both kinds of stream has one base of this kind.
 //
-//     if (input.read(data, size, got) != 1 && ErrorStorage::isA(std::IBinStreamBase::StreamError))
-//         return ErrorStorage::id() == 2 ? ended() : broken();
+//     if (output.flush(true)) {
+//         const bool isBroken = std::ErrorStorage::isA(std::IBinStreamBase::StreamError);
+//         std::ErrorStorage::ack();
+//         return isBroken ? reconnect() : false;
+//     }
 
 #ifndef ZELCOMMON_COMMON_IBINSTREAMBASE_H
 #define ZELCOMMON_COMMON_IBINSTREAMBASE_H
@@ -14,7 +17,8 @@
 
 namespace std {
 
-/// The base of all binary streams. A stream is used by one thread at a time.
+/// The base of all binary streams. Not thread-safe: a stream belongs to one thread at a time, and
+/// so do its errors.
 class ZEL_EXPORT IBinStreamBase
 {
 public:
@@ -37,7 +41,8 @@ protected:
     IBinStreamBase() = default;
 
     /// Whether a flush goes on until the whole buffer is out, also while the device takes nothing.
-    /// If not, it stops after the first partial transfer.
+    /// If not, it stops after the first partial transfer. In a class that is input and output this
+    /// is the value of the one that is constructed last.
     bool blocking = true;
 };
 

@@ -34,8 +34,8 @@ struct UUIDValue
 
 static_assert(sizeof(UUIDValue) == 16, "the 128 bits and nothing beside");
 
-/// A value and a flag that tells whether the last text was no UUID. The flag stays with its object:
-/// it takes no part in copies, comparison and exchange.
+/// A value and a flag that tells whether the last text was malformed. The flag stays with its
+/// object: it takes no part in copies, comparison and exchange. Not thread-safe.
 class ZEL_EXPORT UUID
 {
 public:
@@ -65,13 +65,16 @@ public:
 
     /// The nil value: all bits zero.
     constexpr UUID() = default;
+    /// The value of `other`; the flag is clear.
     UUID(const UUID& other) : m_value(other.m_value) {}
+    /// Takes the value of `other`; the flag stays.
     UUID& operator=(const UUID& other)
     {
         if (this == &other) return *this;
         m_value = other.m_value;
         return *this;
     }
+    /// The value as it is.
     UUID(const UUIDValue& value) : m_value(value) {}
     /// From the fields as they are. Of `time_mid` and `time_hi` the low 16 bits count.
     UUID(unsigned int time_low, unsigned int time_mid, unsigned int time_hi,
@@ -80,20 +83,21 @@ public:
     /// From `bytes[0..16)` in network order, with `version` and the variant of RFC 4122 put in. The
     /// nil value for null.
     UUID(const unsigned char* bytes, Version version);
-    /// As `parse`; the nil value for a text that is none.
+    /// As `parse`; the nil value for a malformed or empty text.
     UUID(const std::string& text);
 
-    /// Takes the value from the text form: 36 characters with dashes, in either case. A digit that
-    /// is none reads as 0, and what follows the 36 characters is ignored.
+    /// Takes the value from the text form: 36 characters with dashes, in either case. A character
+    /// in the place of a digit that is none reads as 0; what follows the 36 characters is ignored.
     /// An empty text changes nothing and is no error.
     /// Raises `Error` row 0 for a text that is shorter or lacks a dash; the value stays, and
     /// `isInvalid` is true then.
     void parse(const std::string& text);
 
-    /// Returns whether the last text that was parsed was no UUID.
+    /// Returns whether the last text that was parsed was malformed.
     bool isInvalid() const { return m_invalid; }
 
-    /// Returns the text form, in lower case.
+    /// Returns the text form, in lower case. Without memory for it, this and the next ones throw
+    /// `bad_alloc`.
     std::string toString() const;
     /// Replaces `out` by the text form.
     void toString(std::string& out) const;
@@ -101,8 +105,9 @@ public:
     /// Writes the text form to `out[0..36)`, without a terminator. Allocates nothing.
     void toChars(char* out) const;
     /// Reads the text form from `text[0..size)` into `out`, as `parse`, but raises nothing and
-    /// allocates nothing. Returns whether it is one, which an empty text is not; `out` is unchanged
-    /// if not.
+    /// allocates nothing.
+    /// Returns true if the text is well-formed; the flag of `out` is clear then.
+    /// Returns false if it is malformed or empty; `out` is unchanged.
     static bool fromChars(const char* text, std::size_t size, UUID& out);
 
     /// Append the hexadecimal digits of a number, in lower case, with leading zeros.
@@ -113,7 +118,7 @@ public:
     /// Returns the value of a hexadecimal digit, 0 for any other character.
     static unsigned char nibble(char c);
 
-    /// Takes the value from `bytes[0..16)` in network order.
+    /// Takes the value from `bytes[0..16)` in network order; the flag stays.
     void copyFrom(const char* bytes);
     /// Writes the value to `bytes[0..16)` in network order.
     void copyTo(char* bytes) const;
@@ -129,7 +134,8 @@ public:
     /// Returns the layout that the top bits of the clock sequence tell.
     Variant variant() const;
 
-    /// Returns -1, 0 or 1: the fields one after another as unsigned numbers.
+    /// Returns -1, 0 or 1 by the fields one after another as unsigned numbers, then by the bytes of
+    /// the node. The comparison operators agree with it.
     int compare(const UUID& other) const;
     bool operator==(const UUID& other) const { return compare(other) == 0; }
     bool operator!=(const UUID& other) const { return compare(other) != 0; }
@@ -155,9 +161,15 @@ private:
 /// Orders pointers to UUIDs by the values.
 struct UUIDSort
 {
-    bool operator()(const UUID* const& a, const UUID* const& b) const { return *a < *b; }
+    /// Returns whether `*a` comes before `*b`. Neither is null.
+    bool operator()(const UUID* const& a, const UUID* const& b) const
+    {
+        if (a->compare(*b) == 0) return false;
+        return a->compare(*b) < 0; // kept: asked twice
+    }
 };
 
+/// Agrees with `==`.
 template <>
 struct hash<UUID>
 {

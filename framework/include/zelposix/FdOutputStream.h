@@ -16,9 +16,9 @@ namespace zel {
 
 /// Writes to a descriptor; a call that a signal interrupts is made again. A blocking stream goes on
 /// until all is out or a call fails; one that is not makes one call, and what the descriptor does
-/// not take is no failure. A closed peer gives an error and no SIGPIPE. After a transfer that stops
-/// on its way nothing is written twice: what went out counts as a success, and the failure is that
-/// of the next call.
+/// not take is no failure. A closed peer gives an error and no SIGPIPE. Nothing is written twice
+/// after a transfer that stops on its way: with a buffer, what went out is a success, and the
+/// failure is that of the next call; without one, the failed write tells how much it was.
 /// Raises `StreamError` row 0 if the peer has broken off, row 1 for other failures, with a
 /// `PosixError` as the cause.
 ///

@@ -24,12 +24,13 @@ public:
     MemoryOutputStream();
     /// Writes to `data[0..capacity)`, which is not owned and must outlive the stream; allocates
     /// nothing.
-    /// A write into less room takes what there is; one into none raises `StreamError` row 2.
+    /// A write into less room takes what there is, and fails.
+    /// Raises `StreamError` row 2 then.
     MemoryOutputStream(void* data, unsigned int capacity);
     ~MemoryOutputStream() override;
 
     /// Returns what was written, `data()[0..size())`, owned by the stream or the caller; null if
-    /// there never was any. A further write may move it.
+    /// there is no memory yet. A further write may move it.
     const unsigned char* data() const { return m_data; }
     unsigned int size() const { return m_size; }
 

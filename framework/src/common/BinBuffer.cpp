@@ -6,12 +6,18 @@
 #include <cstring>
 #include <new>
 
+#include <common/error/Error.h>
 #include <common/error/ErrorStorage.h>
 
 namespace std {
 
 namespace {
 
+// The place that an error names, fixed whatever becomes of the code.
+constexpr const char* FILE_NAME = "framework/src/common/BinBuffer";
+constexpr int LINE_BUFFER = 41;
+
+constexpr int OUT_OF_MEMORY = 0; // the row of CommonError
 constexpr int END_OF_FILE = char_traits<char>::eof();
 constexpr int DONE = 1;          // of overflow, never the character
 constexpr int END_OF_STREAM = 2; // the row of StreamError
@@ -22,13 +28,16 @@ bool isBelowOne(char status)
     return status < 1;
 }
 
-/// Returns `buffer`, or one of `size` bytes of its own; makes `size` 0 if there is no memory.
+/// Returns `buffer`, or one of `size` bytes of its own. Without memory it raises an error, and
+/// makes `size` 0.
 char* bufferFor(char* buffer, unsigned int& size)
 {
     if (buffer != nullptr || size == 0) return buffer;
     char* const own = new (std::nothrow) char[size];
-    if (own == nullptr) size = 0;
-    return own;
+    if (own != nullptr) return own;
+    ErrorOutput(FILE_NAME, LINE_BUFFER, true)(CommonError, OUT_OF_MEMORY);
+    size = 0;
+    return nullptr;
 }
 
 } // namespace
@@ -72,7 +81,7 @@ int BinBuffer::drain(unsigned int pending)
         ErrorStorage::ack();
         return END_OF_FILE;
     }
-    if (outputSize <= 1) return DONE;
+    if (outputSize <= 1) return DONE; // a derived class may have set a put area
     if (written >= pending) {
         resetPutArea(outputSize);
         return DONE;

@@ -119,7 +119,8 @@ bool IBinOutputStream::transfer(const void* data, unsigned int size, unsigned in
     return hasFailed;
 }
 
-/// Puts up to `size` bytes behind what the buffer holds. Returns how many.
+/// Puts up to `size` bytes behind what the buffer holds, which a hook may have made smaller.
+/// Returns how many.
 unsigned int IBinOutputStream::store(const void* data, unsigned int size)
 {
     const unsigned int room = bufferSize - std::min(writeEnd, bufferSize);

@@ -24,10 +24,10 @@ bool FdOutputStream::performWrite(const void* data, unsigned int size, unsigned 
     const auto kind = static_cast<posixcore::DescriptorKind>(m_kind);
     const posixcore::Transfer transfer = posixcore::writeSome(kind, m_fd, data, size, blocking);
     written = transfer.count;
-    // What went out must count, or it would go out again: the next call tells of the failure.
-    if (written != 0 || transfer.error == 0) return false;
-    // Here only a stream that is not blocking has it: nothing is taken, which is a success.
-    if (transfer.error == EAGAIN) return false;
+    // Here only a stream that is not blocking has EAGAIN: nothing is taken, which is a success.
+    if (transfer.error == 0 || transfer.error == EAGAIN) return false;
+    // What came out of the buffer must count, or it would go out again: the next call fails.
+    if (written != 0 && bufferSize != 0) return false;
     return posixcore::raiseFailure("write", transfer.error);
 }
 

@@ -39,10 +39,9 @@ bool MemoryOutputStream::performWrite(const void* data, unsigned int size, unsig
         return true;
     }
     written = std::min(size, m_capacity - m_size);
-    if (written == 0) return posixcore::raiseEnd();
-    std::memcpy(m_data + m_size, data, written);
+    if (written != 0) std::memcpy(m_data + m_size, data, written);
     m_size += written;
-    return false;
+    return written == size ? false : posixcore::raiseEnd();
 }
 
 /// Makes room for `size` more bytes. Returns whether there is.

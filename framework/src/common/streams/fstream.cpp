@@ -10,8 +10,6 @@
 #include <common/error/ErrorStorage.h>
 #include <common/error/GlobalErrorHandler.h>
 
-#include "../error/Site.h"
-
 namespace std {
 
 namespace {
@@ -20,8 +18,6 @@ namespace {
 constexpr const char* FILE_NAME = "framework/src/common/streams/fstream";
 constexpr int LINE_CREATE_BUFFER = 36;
 constexpr int LINE_OVERFLOW = 127;
-constexpr errorcore::Site WINDOWS_SITE{"framework/include/common/streams/fstream", 141,
-                                       "applyWindows"};
 
 constexpr int END_OF_FILE = char_traits<char>::eof();
 constexpr int DONE = '0';             // of overflow, never the character
@@ -63,14 +59,15 @@ void filebuf_base::destroyBuffer()
     setp(nullptr, nullptr);
 }
 
-void filebuf_base::emptyGetArea()
+/// Returns whether each character is written by itself.
+bool filebuf_base::writesAlone() const
 {
-    setg(buffer, buffer, buffer);
+    return bufferSize <= HELD_BACK;
 }
 
 void filebuf_base::resetPutArea()
 {
-    if ((mode & ios_base::out) != 0 && bufferSize > HELD_BACK)
+    if ((mode & ios_base::out) != 0 && !writesAlone())
         setp(buffer, buffer + bufferSize - HELD_BACK);
     else
         setp(nullptr, nullptr);
@@ -83,7 +80,8 @@ int filebuf_base::underflow()
     if (buffer == nullptr || bufferSize == 0) return END_OF_FILE;
 
     int count = 0;
-    const int result = readBlock(eback(), bufferSize, count);
+    const int result = readBlock(buffer, bufferSize, count);
+    if (buffer == nullptr) return END_OF_FILE; // a primitive may give it up
     if (count != 0) {
         applyWindows(count);
         // Kept: for RESET_WINDOWS a stale byte is returned, though the get area is empty.
@@ -96,7 +94,6 @@ int filebuf_base::underflow()
     return END_OF_FILE;
 }
 
-/// As underflow, and moves on, unless the byte is a stale one.
 int filebuf_base::uflow()
 {
     const int c = underflow();
@@ -104,25 +101,15 @@ int filebuf_base::uflow()
     return c;
 }
 
-void filebuf_base::applyWindows(int count)
-{
-    errorcore::assertAt(WINDOWS_SITE, count >= RESET_WINDOWS, "p_offset >= RESET_WINDOWS");
-    emptyGetArea();
-    if (count >= 1 && (mode & ios_base::in) != 0)
-        setg(buffer, buffer, buffer + std::min(static_cast<unsigned int>(count), bufferSize));
-    setp(nullptr, nullptr);
-    reading = true;
-}
-
 int filebuf_base::overflow(int c)
 {
     if ((mode & ios_base::out) == 0 || reading) return END_OF_FILE;
-    return pptr() == pbase() ? startWriting(c) : writePending(c);
+    return pptr() == pbase() ? startWriting(c) : drain(c);
 }
 
 int filebuf_base::startWriting(int c)
 {
-    if (bufferSize <= HELD_BACK) {
+    if (writesAlone()) {
         if (c == END_OF_FILE) return c;
         const char character = static_cast<char>(c);
         unsigned int written = 0;
@@ -133,7 +120,7 @@ int filebuf_base::startWriting(int c)
     if (buffer == nullptr) return END_OF_FILE;
     writing = true;
     emptyGetArea();
-    setp(buffer, buffer + bufferSize - HELD_BACK);
+    resetPutArea();
     if (c != END_OF_FILE) {
         *pptr() = static_cast<char>(c);
         pbump(1);
@@ -141,7 +128,7 @@ int filebuf_base::startWriting(int c)
     return DONE;
 }
 
-int filebuf_base::writePending(int c)
+int filebuf_base::drain(int c)
 {
     // The put pointer stays: a character that is refused is not kept.
     const bool isCharacter = c != END_OF_FILE;
@@ -166,8 +153,8 @@ int filebuf_base::warnOfWrite()
 
 int filebuf_base::sync()
 {
-    if (pptr() != pbase() && overflow(END_OF_FILE) == END_OF_FILE) return -1;
-    return -flushFile();
+    if (pptr() != pbase() && overflow(END_OF_FILE) == END_OF_FILE) return END_OF_FILE;
+    return flushFile() == 0 ? 0 : END_OF_FILE;
 }
 
 filebuf_base::pos_type filebuf_base::seek(long long offset, ios_base::seekdir dir)
