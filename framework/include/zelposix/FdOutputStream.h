@@ -30,8 +30,8 @@ class ZEL_EXPORT FdOutputStream : public std::IBinOutputStream
 public:
     static constexpr unsigned int DEFAULT_SIZE = 4096;
 
-    /// Over `fd`, which is not owned and must stay open until this stream is destroyed, with a
-    /// buffer of `bufferSize` bytes.
+    /// Over `fd`, which is not owned and must stay open, and of the same kind, until this stream is
+    /// destroyed, with a buffer of `bufferSize` bytes.
     explicit FdOutputStream(int fd, unsigned int bufferSize = DEFAULT_SIZE, bool blocking = true);
     /// Flushes, not deeply. What cannot be written is lost: an error says so, and `wouldBlock()` is
     /// true if it was the descriptor that took nothing.

@@ -18,16 +18,17 @@ namespace zel {
 /// A file that is read or written, and changes over by a seek alone. In difference to its base a
 /// seek first writes what is pending, and so does destruction.
 ///
-/// What fails raises an error as well: `IBinStreamBase::StreamError` row 0 if the peer has broken
-/// off, row 3 for what the file cannot do (a seek in a pipe), row 1 else, with a `PosixError` as
-/// the cause. The end of a file is none. Calls that a signal interrupts are made again; a write
-/// goes on until all is out. After one that stops on its way the next one goes on from there.
+/// A call of the system that fails raises an error as well: `IBinStreamBase::StreamError` row 0 if
+/// the peer has broken off, row 3 for what the file cannot do (a seek in a pipe), row 1 else, with
+/// a `PosixError` as the cause. The end of a file is none, nor is what the mode or the state
+/// refuses. Calls that a signal interrupts are made again; a write goes on until all is out. After
+/// one that stops on its way the next one goes on from there.
 class ZEL_EXPORT FileBuf : public std::filebuf_base
 {
 public:
     /// No file yet; the buffer is made when one is opened, and kept. A size of 0 is 2048 bytes; 1
     /// writes each character by itself. With `userBuffer`, which is not owned and must outlive this
-    /// object, that is the buffer.
+    /// object, that is the buffer, of `bufferSize` bytes, at least 1.
     explicit FileBuf(unsigned int bufferSize = 0, char* userBuffer = nullptr);
     /// As `close`.
     ~FileBuf() override;
@@ -41,9 +42,9 @@ public:
     ///     in|out|trunc                 created or emptied
     ///     in|app, in|out|app           created, written at its end
     ///
-    /// `ate` moves to the end, `binary` changes nothing; anything else fails with EINVAL. The file
-    /// is closed in programs that this one starts. New files have the permissions 0666 less the
-    /// process's mask.
+    /// `ate` moves to the end, `binary` changes nothing; other combinations fail with EINVAL. The
+    /// file is closed in programs that this one starts. New files have the permissions 0666 less
+    /// the process's mask.
     /// Returns this; null if a file is open already, which changes nothing and raises nothing, or
     /// on failure, with an error raised. No memory for the buffer is a matter of the out-of-memory
     /// handler.
@@ -57,7 +58,7 @@ public:
 
     /// Writes what is pending and has the system bring it to the medium (fsync). After one that
     /// fails nobody knows what is there: write the whole file anew.
-    /// Returns false on failure, with an error raised, and without a file.
+    /// Returns false on failure, with an error raised, or, with none raised, if no file is open.
     bool commit();
 
 protected:

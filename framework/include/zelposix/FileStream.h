@@ -33,8 +33,8 @@ public:
     void close();
     bool is_open() const { return m_buffer.is_open(); }
 
-    /// Brings what was written to the medium, see `FileBuf::commit`. Returns whether that was done
-    /// and nothing failed before; sets `badbit` if not.
+    /// Brings what was written to the medium, see `FileBuf::commit`; sets `badbit` if that fails.
+    /// Returns whether it was done and nothing had failed before.
     bool commit();
 
     FileBuf* rdbuf() { return &m_buffer; }

@@ -10,6 +10,7 @@
 #include <ctime>
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -51,7 +52,8 @@ public:
     PipeSignalGuard(const PipeSignalGuard&) = delete;
     PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
 
-    /// Takes the signal of a write that has failed; one that was there before stays.
+    /// Takes the signal of a write that did not go through, if there is one; one that was there
+    /// before stays.
     void takeSignal()
     {
         if (m_wasPending) return;
@@ -79,10 +81,12 @@ ssize_t writeToPipe(int fd, const void* data, std::size_t size)
 {
     PipeSignalGuard guard;
     const ssize_t count = write(fd, data, size);
-    if (count != -1 || errno != EPIPE) return count;
-    guard.takeSignal();
-    errno = EPIPE;
-    return -1;
+    const int error = errno;
+    // A reader that goes while bytes are on their way gives both a count and the signal.
+    const bool isShort = count >= 0 && count < static_cast<ssize_t>(size);
+    if (isShort || (count == -1 && error == EPIPE)) guard.takeSignal();
+    errno = error;
+    return count;
 }
 
 ssize_t writeOnce(DescriptorKind kind, int fd, const void* data, std::size_t size)

@@ -42,9 +42,18 @@ int flagsFor(ios_base::openmode mode)
     return NO_FLAGS;
 }
 
+/// Fails as a call of the system does.
+int fail(int error)
+{
+    errno = error;
+    return -1;
+}
+
 /// Returns a descriptor, or -1 with `errno`.
 int openFile(const char* name, int flags)
 {
+    if (flags == NO_FLAGS) return fail(EINVAL);
+    if (name == nullptr) return fail(EFAULT);
     for (;;) {
         const int fd = ::open(name, flags | O_CLOEXEC, PERMISSIONS);
         if (fd != -1 || errno != EINTR) return fd;
@@ -69,12 +78,7 @@ FileBuf::~FileBuf()
 FileBuf* FileBuf::open(const char* name, ios_base::openmode openMode)
 {
     if (is_open()) return nullptr;
-    const int flags = flagsFor(openMode);
-    if (flags == NO_FLAGS) {
-        posixcore::raiseFailure("open", EINVAL);
-        return nullptr;
-    }
-    m_fd = openFile(name, flags);
+    m_fd = openFile(name, flagsFor(openMode));
     if (m_fd == NO_FILE) {
         posixcore::raiseFailure("open", errno);
         return nullptr;

@@ -1,0 +1,399 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Writing to a pipe or a socket whose reader is gone: an error, and nothing of the signal that
+// comes with it. Each in a process of its own, which that signal would end.
+
+#include <zelposix/FdOutputStream.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include <common/error/ErrorStorage.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <zelposix/PosixError.h>
+
+#include "support/ChildProcess.h"
+#include "support/OpenStorage.h"
+#include "support/ScriptedStreams.h"
+
+namespace {
+
+using std::IBinStreamBase;
+using support::ChildResult;
+using support::OpenStorage;
+using support::writeText;
+
+constexpr const char* BROKEN = "StreamError 0: the binary i/o stream is broken\n"
+                               "PosixError 0: write failed: Broken pipe (errno 32)\n";
+
+/// The chain of the calling thread's errors, newest first, a line for each. Acknowledges them.
+std::string takeChain()
+{
+    std::string lines;
+    for (const std::ErrorObject* error = std::ErrorStorage::get();
+         error != nullptr && error->m_type != nullptr; error = error->m_cause) {
+        lines += error->equals(IBinStreamBase::StreamError) ? "StreamError " : "";
+        lines += error->equals(zel::PosixError) ? "PosixError " : "";
+        lines += std::to_string(error->id()) + ": " + error->reason() + "\n";
+    }
+    std::ErrorStorage::ack();
+    return lines;
+}
+
+/// Two connected descriptors, closed at the end.
+class Pair
+{
+public:
+    ~Pair()
+    {
+        closeReader();
+        close(m_ends[1]);
+    }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+
+    int reader() const { return m_ends[0]; }
+    int writer() const { return m_ends[1]; }
+    void closeReader()
+    {
+        if (m_ends[0] != -1) close(m_ends[0]);
+        m_ends[0] = -1;
+    }
+
+protected:
+    Pair() = default;
+    int m_ends[2] = {-1, -1};
+};
+
+struct Pipe : Pair
+{
+    explicit Pipe(int flags = 0)
+    {
+        if (pipe2(m_ends, flags | O_CLOEXEC) != 0) std::abort();
+    }
+};
+
+struct Sockets : Pair
+{
+    Sockets()
+    {
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, m_ends) != 0) std::abort();
+    }
+};
+
+/// The numbers of the signals in `set`: "10 13 ".
+std::string numbers(const sigset_t& set)
+{
+    std::string text;
+    for (int number = 1; number < SIGRTMIN; ++number)
+        if (sigismember(&set, number) == 1) text += std::to_string(number) + " ";
+    return text;
+}
+
+/// The signals that the calling thread holds back.
+std::string heldBack()
+{
+    sigset_t set;
+    pthread_sigmask(SIG_BLOCK, nullptr, &set);
+    return numbers(set);
+}
+
+/// The signals that wait for the calling thread.
+std::string pending()
+{
+    sigset_t set;
+    sigpending(&set);
+    return numbers(set);
+}
+
+void holdBack(int number)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, number);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+/// Runs `body` in a child that signals treat as they treat a program by default.
+ChildResult runAlone(const std::function<void()>& body)
+{
+    return support::runInChild([&] {
+        signal(SIGPIPE, SIG_DFL);
+        const OpenStorage errors;
+        body();
+    });
+}
+
+#define EXPECT_SUCCESS(result)                                                                     \
+    EXPECT_EQ(0, (result).signal);                                                                 \
+    EXPECT_EQ(0, (result).exitCode) << (result).out
+
+TEST(ClosedPipe, IsAnErrorAndNoSignal)
+{
+    const ChildResult result = runAlone([] {
+        Pipe pipe;
+        zel::FdOutputStream output(pipe.writer(), 0);
+        EXPECT_EQ("1 3", writeText(output, "abc"));
+        pipe.closeReader();
+        EXPECT_EQ("-1 0", writeText(output, "def"));
+        EXPECT_FALSE(zel::wouldBlock());
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("-1 0", writeText(output, "def"));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("", pending());
+        EXPECT_EQ("", heldBack());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(ClosedSocket, IsAnErrorAndNoSignal)
+{
+    const ChildResult result = runAlone([] {
+        Sockets sockets;
+        zel::FdOutputStream output(sockets.writer(), 0);
+        EXPECT_EQ("1 3", writeText(output, "abc"));
+        char bytes[3];
+        EXPECT_EQ(3, read(sockets.reader(), bytes, sizeof bytes));
+        sockets.closeReader();
+        EXPECT_EQ("-1 0", writeText(output, "def"));
+        EXPECT_FALSE(zel::wouldBlock());
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("", pending());
+        EXPECT_EQ("", heldBack());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(ClosedSocket, OwnSideThatIsShut)
+{
+    const ChildResult result = runAlone([] {
+        const Sockets sockets;
+        shutdown(sockets.writer(), SHUT_WR);
+        zel::FdOutputStream output(sockets.writer(), 0);
+        EXPECT_EQ("-1 0", writeText(output, "abc"));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(ClosedPipe, NotBlocking)
+{
+    const ChildResult result = runAlone([] {
+        Pipe pipe(O_NONBLOCK);
+        pipe.closeReader();
+        zel::FdOutputStream output(pipe.writer(), 0, false);
+        EXPECT_EQ("-1 0", writeText(output, "abc"));
+        EXPECT_FALSE(zel::wouldBlock());
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(ClosedPipe, FailedFlush_KeepsTheBytes)
+{
+    const ChildResult result = runAlone([] {
+        Pipe closed;
+        const Pipe open;
+        closed.closeReader();
+        zel::FdOutputStream output(closed.writer());
+        EXPECT_EQ("1 3", writeText(output, "abc"));
+        EXPECT_TRUE(output.flush(false));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_TRUE(output.flush(true));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_NE(-1, dup2(open.writer(), closed.writer()));
+        EXPECT_FALSE(output.flush(true));
+        char bytes[10];
+        EXPECT_EQ(3, read(open.reader(), bytes, sizeof bytes));
+        EXPECT_EQ("abc", std::string(bytes, 3));
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(ClosedPipe, Destruction_SaysThatBytesAreLost)
+{
+    const ChildResult result = runAlone([] {
+        Pipe pipe;
+        pipe.closeReader();
+        {
+            zel::FdOutputStream output(pipe.writer());
+            EXPECT_EQ("1 3", writeText(output, "abc"));
+        }
+        EXPECT_TRUE(std::ErrorStorage::isError(true));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(PipeSignal, MaskIsAsBefore)
+{
+    const ChildResult result = runAlone([] {
+        holdBack(SIGUSR1);
+        Pipe pipe;
+        zel::FdOutputStream output(pipe.writer(), 0);
+        EXPECT_EQ("1 3", writeText(output, "abc"));
+        EXPECT_EQ("10 ", heldBack());
+        pipe.closeReader();
+        EXPECT_EQ("-1 0", writeText(output, "abc"));
+        EXPECT_EQ("10 ", heldBack());
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(PipeSignal, HeldBackByTheCaller_StaysSoAndNoneIsAdded)
+{
+    const ChildResult result = runAlone([] {
+        holdBack(SIGPIPE);
+        Pipe pipe;
+        pipe.closeReader();
+        zel::FdOutputStream output(pipe.writer(), 0);
+        EXPECT_EQ("-1 0", writeText(output, "abc"));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("13 ", heldBack());
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+/// Takes the SIGPIPE that waits.
+void takePending()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    const timespec atOnce{0, 0};
+    EXPECT_EQ(SIGPIPE, sigtimedwait(&set, nullptr, &atOnce));
+}
+
+/// Writes to a closed pipe while a signal waits that the caller holds back.
+void expectToStayPending()
+{
+    EXPECT_EQ("13 ", pending());
+    Pipe pipe;
+    pipe.closeReader();
+    zel::FdOutputStream output(pipe.writer(), 0);
+    EXPECT_EQ("-1 0", writeText(output, "abc"));
+    EXPECT_EQ(BROKEN, takeChain());
+    EXPECT_EQ("13 ", heldBack());
+    EXPECT_EQ("13 ", pending());
+}
+
+TEST(PipeSignal, PendingOfTheThread_StaysPending)
+{
+    const ChildResult result = runAlone([] {
+        holdBack(SIGPIPE);
+        pthread_kill(pthread_self(), SIGPIPE);
+        expectToStayPending();
+        takePending();
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(PipeSignal, PendingOfTheProcess_StaysPending)
+{
+    const ChildResult result = runAlone([] {
+        holdBack(SIGPIPE);
+        kill(getpid(), SIGPIPE);
+        expectToStayPending();
+    });
+    EXPECT_SUCCESS(result);
+}
+
+// Those of the process and those of its threads wait apart from each other.
+TEST(PipeSignal, PendingOfTheProcess_NoneIsAdded)
+{
+    const ChildResult result = runAlone([] {
+        holdBack(SIGPIPE);
+        kill(getpid(), SIGPIPE);
+        expectToStayPending();
+        takePending();
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(PipeSignal, Ignored)
+{
+    const ChildResult result = runAlone([] {
+        signal(SIGPIPE, SIG_IGN);
+        Pipe pipe;
+        pipe.closeReader();
+        zel::FdOutputStream output(pipe.writer(), 0);
+        EXPECT_EQ("-1 0", writeText(output, "abc"));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ("", heldBack());
+        EXPECT_EQ("", pending());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+volatile sig_atomic_t s_signals = 0;
+
+TEST(PipeSignal, HandlerIsNotCalled)
+{
+    const ChildResult result = runAlone([] {
+        signal(SIGPIPE, [](int) { s_signals = s_signals + 1; });
+        Pipe pipe;
+        pipe.closeReader();
+        zel::FdOutputStream output(pipe.writer(), 0);
+        EXPECT_EQ("-1 0", writeText(output, "abc"));
+        EXPECT_EQ(BROKEN, takeChain());
+        EXPECT_EQ(0, s_signals);
+        raise(SIGPIPE);
+        EXPECT_EQ(1, s_signals);
+    });
+    EXPECT_SUCCESS(result);
+}
+
+/// Writes more than `pair` holds while a thread reads one byte and goes: the call that has moved
+/// bytes by then is the one that the signal comes with.
+void writeWhileTheReaderGoes(Pair& pair)
+{
+    std::thread reader([&] {
+        char byte;
+        EXPECT_EQ(1, read(pair.reader(), &byte, 1));
+        pair.closeReader();
+    });
+    zel::FdOutputStream output(pair.writer(), 0);
+    EXPECT_EQ("1 ", writeText(output, std::string(4000000, 'a')).substr(0, 2));
+    EXPECT_EQ("", pending());
+    EXPECT_EQ("", heldBack());
+    reader.join();
+    EXPECT_EQ("-1 0", writeText(output, "abc"));
+    EXPECT_EQ("", pending());
+}
+
+TEST(ReaderThatGoesMeanwhile, Pipe)
+{
+    const ChildResult result = runAlone([] {
+        Pipe pipe;
+        writeWhileTheReaderGoes(pipe);
+        EXPECT_EQ(BROKEN, takeChain());
+    });
+    EXPECT_SUCCESS(result);
+}
+
+TEST(ReaderThatGoesMeanwhile, Socket)
+{
+    const ChildResult result = runAlone([] {
+        Sockets sockets;
+        writeWhileTheReaderGoes(sockets);
+        EXPECT_EQ("StreamError 0: the binary i/o stream is broken", takeChain().substr(0, 46));
+    });
+    EXPECT_SUCCESS(result);
+}
+
+} // namespace

@@ -1,0 +1,393 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Streams over pipes and sockets that are full or empty: with threads at the other end, and with
+// signals that interrupt the calls.
+
+#include <zelposix/FdInputStream.h>
+#include <zelposix/FdOutputStream.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <common/error/ErrorStorage.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <zelposix/PosixError.h>
+
+#include "support/OpenStorage.h"
+#include "support/ScriptedStreams.h"
+
+namespace {
+
+using support::OpenStorage;
+using support::readText;
+using support::writeText;
+
+constexpr const char* END =
+    "StreamError 2: end of binary i/o stream has been reached. no more i/o possible\n";
+constexpr const char* FULL = "StreamError 1: a binary i/o stream operation failed\n"
+                             "PosixError 1: write would block\n";
+
+/// The chain of the calling thread's errors, newest first, a line for each.
+std::string chain()
+{
+    std::string lines;
+    for (const std::ErrorObject* error = std::ErrorStorage::get();
+         error != nullptr && error->m_type != nullptr; error = error->m_cause) {
+        lines += error->equals(std::IBinStreamBase::StreamError) ? "StreamError " : "";
+        lines += error->equals(zel::PosixError) ? "PosixError " : "";
+        lines += std::to_string(error->id()) + ": " + error->reason() + "\n";
+    }
+    return lines;
+}
+
+/// Two connected descriptors, closed at the end.
+class Pair
+{
+public:
+    ~Pair()
+    {
+        closeReader();
+        closeWriter();
+    }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+
+    int reader() const { return m_ends[0]; }
+    int writer() const { return m_ends[1]; }
+    void closeReader() { closeEnd(m_ends[0]); }
+    void closeWriter() { closeEnd(m_ends[1]); }
+
+protected:
+    Pair() = default;
+    int m_ends[2] = {-1, -1};
+
+private:
+    static void closeEnd(int& fd)
+    {
+        if (fd != -1) close(fd);
+        fd = -1;
+    }
+};
+
+struct Pipe : Pair
+{
+    explicit Pipe(int flags)
+    {
+        if (pipe2(m_ends, flags | O_CLOEXEC) != 0) std::abort();
+    }
+};
+
+/// A pipe that does not block and holds 4096 bytes.
+struct SmallPipe : Pipe
+{
+    SmallPipe() : Pipe(O_NONBLOCK)
+    {
+        if (fcntl(writer(), F_SETPIPE_SZ, 4096) != 4096) std::abort();
+    }
+};
+
+struct Sockets : Pair
+{
+    Sockets()
+    {
+        constexpr int KIND = SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
+        if (socketpair(AF_UNIX, KIND, 0, m_ends) != 0) std::abort();
+    }
+};
+
+/// `size` bytes of which no short piece looks like its neighbour.
+std::string numberedLines(size_t size)
+{
+    std::string bytes;
+    bytes.reserve(size + 8);
+    for (int line = 1000000; bytes.size() < size; ++line)
+        bytes += std::to_string(line) + "\n";
+    bytes.resize(size);
+    return bytes;
+}
+
+/// Reads all up to the end in blocks of 5000 bytes. Says how it ends if not so.
+std::string readAll(int fd)
+{
+    const OpenStorage errors;
+    zel::FdInputStream input(fd);
+    const std::unique_ptr<char[]> block(new char[5000]);
+    std::string bytes;
+    unsigned int got = 0;
+    while (input.read(block.get(), 5000, got) == 1)
+        bytes.append(block.get(), got);
+    return chain() == END ? bytes : chain();
+}
+
+/// What arrives of `bytes` at a thread that reads to the end, or to a failure.
+std::string sendThrough(Pair& pair, const std::string& bytes, unsigned int bufferSize)
+{
+    std::string arrived;
+    std::thread reader([&] {
+        arrived = readAll(pair.reader());
+        pair.closeReader();
+    });
+    {
+        zel::FdOutputStream output(pair.writer(), bufferSize);
+        EXPECT_EQ("1 " + std::to_string(bytes.size()), writeText(output, bytes));
+    }
+    pair.closeWriter();
+    reader.join();
+    return arrived;
+}
+
+/// Around what goes into a pipe in one piece, what a pipe holds, and far more.
+constexpr size_t SIZES[] = {1, 4095, 4096, 4097, 65535, 65536, 65537, 5000000};
+
+TEST(Blocking, PipeThatDoesNotBlock_AllArrivesInOrder)
+{
+    const OpenStorage errors;
+    for (const size_t size : SIZES) {
+        const std::string bytes = numberedLines(size);
+        for (const unsigned int bufferSize : {0U, 1U, 4096U}) {
+            Pipe pipe(O_NONBLOCK);
+            EXPECT_TRUE(bytes == sendThrough(pipe, bytes, bufferSize)) << size;
+        }
+    }
+    EXPECT_EQ("", chain());
+}
+
+TEST(Blocking, SocketThatDoesNotBlock_AllArrivesInOrder)
+{
+    const OpenStorage errors;
+    for (const size_t size : SIZES) {
+        const std::string bytes = numberedLines(size);
+        Sockets sockets;
+        EXPECT_TRUE(bytes == sendThrough(sockets, bytes, 4096)) << size;
+    }
+    EXPECT_EQ("", chain());
+}
+
+TEST(Blocking, FullPipe_DestructionWaits)
+{
+    const OpenStorage errors;
+    SmallPipe pipe;
+    const std::string filling(4096, 'f');
+    EXPECT_EQ(4096, write(pipe.writer(), filling.data(), filling.size()));
+    std::string arrived;
+    auto output = std::make_unique<zel::FdOutputStream>(pipe.writer());
+    EXPECT_EQ("1 3", writeText(*output, "abc"));
+    std::thread reader([&] { arrived = readAll(pipe.reader()); });
+    output.reset();
+    pipe.closeWriter();
+    reader.join();
+    EXPECT_EQ(filling + "abc", arrived);
+    EXPECT_EQ("", chain());
+}
+
+// Each byte is written when the one before is read, so that there is mostly none.
+TEST(Blocking, EmptyPipe_ReadWaits)
+{
+    const OpenStorage errors;
+    Pipe there(O_NONBLOCK);
+    Pipe back(0);
+    std::thread writer([&] {
+        char byte = 'a';
+        for (int i = 0; i < 1000; ++i)
+            if (write(there.writer(), &byte, 1) != 1 || read(back.reader(), &byte, 1) != 1) return;
+        there.closeWriter();
+    });
+    zel::FdInputStream input(there.reader());
+    std::string bytes;
+    for (std::string got = readText(input, 9); got == "1 a"; got = readText(input, 9)) {
+        bytes += 'a';
+        EXPECT_EQ(1, write(back.writer(), "a", 1));
+    }
+    back.closeWriter();
+    writer.join();
+    EXPECT_EQ(std::string(1000, 'a'), bytes);
+    EXPECT_EQ(END, chain());
+}
+
+TEST(NotBlocking, FullPipe_TakesWhatFits)
+{
+    const OpenStorage errors;
+    const SmallPipe pipe;
+    zel::FdOutputStream output(pipe.writer(), 16, false);
+    const std::string bytes = numberedLines(10000);
+    EXPECT_EQ("1 4112", writeText(output, bytes)); // in the pipe, and in the buffer
+    EXPECT_EQ("0 0", writeText(output, bytes.substr(4112)));
+    EXPECT_FALSE(output.flush(false));
+    EXPECT_FALSE(output.flush(true));
+    EXPECT_EQ("0 0", writeText(output, bytes.substr(4112)));
+    EXPECT_EQ("", chain());
+    zel::FdInputStream input(pipe.reader(), 0, false);
+    EXPECT_EQ("1 " + bytes.substr(0, 4096), readText(input, 9000));
+    EXPECT_EQ("1 1000", writeText(output, bytes.substr(4112, 1000)));
+    EXPECT_FALSE(output.flush(false));
+    EXPECT_EQ("1 " + bytes.substr(4096, 1016), readText(input, 9000));
+}
+
+TEST(NotBlocking, FullPipe_UnbufferedWriteTakesNothing)
+{
+    const OpenStorage errors;
+    const SmallPipe pipe;
+    zel::FdOutputStream output(pipe.writer(), 0, false);
+    EXPECT_EQ("1 4096", writeText(output, std::string(5000, 'a')));
+    EXPECT_EQ("0 0", writeText(output, "b"));
+    EXPECT_EQ("", chain());
+}
+
+TEST(NotBlocking, FullPipe_DestructionSaysThatBytesAreLost)
+{
+    const OpenStorage errors;
+    const SmallPipe pipe;
+    {
+        zel::FdOutputStream output(pipe.writer(), 16, false);
+        EXPECT_EQ("1 4112", writeText(output, std::string(5000, 'a')));
+        EXPECT_FALSE(output.flush(false));
+    }
+    EXPECT_TRUE(std::ErrorStorage::isError(true));
+    EXPECT_TRUE(zel::wouldBlock());
+    EXPECT_EQ(FULL, chain());
+}
+
+TEST(NotBlocking, DestructionWritesWhatFits)
+{
+    const OpenStorage errors;
+    const SmallPipe pipe;
+    {
+        zel::FdOutputStream output(pipe.writer(), 16, false);
+        EXPECT_EQ("1 3", writeText(output, "abc"));
+    }
+    zel::FdInputStream input(pipe.reader(), 0, false);
+    EXPECT_EQ("1 abc", readText(input, 9));
+    EXPECT_EQ("", chain());
+}
+
+std::atomic<unsigned int> s_handledSignals{0};
+
+/// A thread whose calls are interrupted: SIGUSR1 has a handler, and calls are not made again by
+/// themselves.
+class InterruptedThread
+{
+public:
+    explicit InterruptedThread(const std::function<void()>& body)
+    {
+        struct sigaction action
+        {};
+        action.sa_handler = [](int) { ++s_handledSignals; };
+        sigaction(SIGUSR1, &action, &m_before);
+        m_thread = std::thread([this, body] {
+            body();
+            m_isOver = true;
+        });
+    }
+    ~InterruptedThread() { sigaction(SIGUSR1, &m_before, nullptr); }
+    InterruptedThread(const InterruptedThread&) = delete;
+    InterruptedThread& operator=(const InterruptedThread&) = delete;
+
+    /// Has the thread handle a signal, if it is not over. Many in a row leave it no time to be
+    /// elsewhere than in the call that it waits in. Sent until it is seen, as a sanitizer may put
+    /// a signal off until the next one ends the call.
+    void interrupt()
+    {
+        const unsigned int before = s_handledSignals;
+        while (s_handledSignals == before && !m_isOver) {
+            pthread_kill(m_thread.native_handle(), SIGUSR1);
+            sched_yield();
+        }
+    }
+    void join() { m_thread.join(); }
+
+private:
+    std::atomic<bool> m_isOver{false};
+    std::thread m_thread;
+    struct sigaction m_before
+    {};
+};
+
+void interruptReader(Pair& pair)
+{
+    std::string arrived;
+    InterruptedThread reader([&] { arrived = readAll(pair.reader()); });
+    const std::string bytes = numberedLines(60000); // a pipe holds it if the reader fails
+    for (size_t done = 0; done < bytes.size(); done += 1000) {
+        for (int i = 0; i < 10; ++i)
+            reader.interrupt();
+        EXPECT_EQ(1000, write(pair.writer(), bytes.data() + done, 1000));
+    }
+    pair.closeWriter();
+    reader.join();
+    EXPECT_TRUE(bytes == arrived) << arrived.substr(0, 200);
+}
+
+TEST(Interrupted, Read)
+{
+    Pipe pipe(0);
+    interruptReader(pipe);
+}
+
+/// Has the one end not block, as pipe() cannot.
+void unblock(int fd)
+{
+    EXPECT_NE(-1, fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK));
+}
+
+TEST(Interrupted, ReadThatWaitsForADescriptorWhichDoesNotBlock)
+{
+    Pipe pipe(0);
+    unblock(pipe.reader());
+    interruptReader(pipe);
+}
+
+/// Returns the status, and the chain of errors.
+std::string writeAll(int fd, const std::string& bytes)
+{
+    const OpenStorage errors;
+    zel::FdOutputStream output(fd);
+    return writeText(output, bytes) + "\n" + chain();
+}
+
+void interruptWriter(Pair& pair, size_t size)
+{
+    const std::string bytes = numberedLines(size);
+    std::string status;
+    InterruptedThread writer([&] {
+        status = writeAll(pair.writer(), bytes);
+        pair.closeWriter();
+    });
+    std::string arrived;
+    std::string block(5000, '?');
+    ssize_t count = 1;
+    while (count > 0) {
+        for (int i = 0; i < 10; ++i)
+            writer.interrupt();
+        count = read(pair.reader(), block.data(), block.size());
+        arrived.append(block, 0, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    }
+    writer.join();
+    EXPECT_EQ("1 " + std::to_string(size) + "\n", status);
+    EXPECT_TRUE(bytes == arrived) << arrived.size();
+}
+
+TEST(Interrupted, Write)
+{
+    Pipe pipe(0);
+    interruptWriter(pipe, 1000000);
+}
+
+TEST(Interrupted, WriteThatWaitsForADescriptorWhichDoesNotBlock)
+{
+    Pipe pipe(0);
+    unblock(pipe.writer());
+    interruptWriter(pipe, 1000000);
+}
+
+} // namespace

@@ -1,0 +1,351 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What each mode of opening does with a file that is there and with one that is not.
+
+#include <zelposix/FileBuf.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+
+#include <common/IBinStreamBase.h>
+#include <common/error/ErrorStorage.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zelposix/PosixError.h>
+
+#include "support/ChildProcess.h"
+#include "support/OpenStorage.h"
+
+namespace {
+
+using std::ErrorStorage;
+using std::ios_base;
+using support::OpenStorage;
+
+constexpr auto IN = ios_base::in;
+constexpr auto OUT = ios_base::out;
+constexpr auto TRUNC = ios_base::trunc;
+constexpr auto APP = ios_base::app;
+constexpr auto ATE = ios_base::ate;
+constexpr auto BINARY = ios_base::binary;
+
+constexpr uid_t NOBODY = 65534;
+constexpr int OPENED = 'o';
+constexpr int SIGNALLED = 's';
+
+class FileBufModes : public testing::Test
+{
+protected:
+    FileBufModes()
+    {
+        const char* const root = std::getenv("TMPDIR");
+        m_folder = std::string(root == nullptr ? "/tmp" : root) + "/filebuf-XXXXXX";
+        if (mkdtemp(m_folder.data()) == nullptr) std::abort();
+        m_name = m_folder + "/file";
+    }
+    ~FileBufModes() override { std::filesystem::remove_all(m_folder); }
+
+    const char* name() const { return m_name.c_str(); }
+    void give(const std::string& text) const { std::ofstream(m_name, BINARY) << text; }
+    std::string content() const
+    {
+        std::ifstream file(m_name, BINARY);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    /// What a mode does to no file at all: the text of the cause, or "made" or "opened".
+    std::string onMissing(ios_base::openmode mode)
+    {
+        std::filesystem::remove(m_name);
+        zel::FileBuf file;
+        if (file.open(name(), mode) == nullptr) return takeCause();
+        return std::filesystem::exists(m_name) ? "made" : "opened";
+    }
+    /// What a mode does to the file "0123456789", as far as it lets one: a read of three, a seek
+    /// to 6, a write of "ab", a seek to 8 and a read of all. Told as what was read, "|" and the
+    /// file.
+    std::string onExisting(ios_base::openmode mode)
+    {
+        give("0123456789");
+        zel::FileBuf file(4);
+        if (file.open(name(), mode) == nullptr) return takeCause();
+        std::string told = read(file, 3) + "|";
+        EXPECT_EQ(6, file.pubseekpos(6));
+        told += file.sputn("ab", 2) == 2 ? "wrote|" : "refused|";
+        EXPECT_EQ(8, file.pubseekpos(8));
+        told += read(file, 9) + "|";
+        EXPECT_EQ(&file, file.close());
+        EXPECT_FALSE(ErrorStorage::isError(true));
+        return told + content();
+    }
+    /// As the text of the cause of the pending error, which is one of the row `stream`.
+    std::string takeCause(int stream = 1)
+    {
+        if (!ErrorStorage::isError(true)) return "no error";
+        EXPECT_TRUE(ErrorStorage::equals(std::IBinStreamBase::StreamError));
+        EXPECT_EQ(std::to_string(stream) + " 0", support::chainIds());
+        const std::string text = ErrorStorage::get()->m_cause->reason();
+        m_errors.clear();
+        return text;
+    }
+    static std::string read(zel::FileBuf& file, int size)
+    {
+        std::string text(static_cast<std::size_t>(size), '\0');
+        text.resize(static_cast<std::size_t>(file.sgetn(text.data(), size)));
+        return text;
+    }
+
+    OpenStorage m_errors;
+    std::string m_folder;
+    std::string m_name;
+};
+
+TEST_F(FileBufModes, Missing_IsMadeByWhatWritesAlone)
+{
+    EXPECT_EQ("made", onMissing(OUT));
+    EXPECT_EQ("made", onMissing(OUT | TRUNC));
+    EXPECT_EQ("made", onMissing(APP));
+    EXPECT_EQ("made", onMissing(OUT | APP));
+    EXPECT_EQ("made", onMissing(IN | OUT | TRUNC));
+    EXPECT_EQ("made", onMissing(IN | APP));
+    EXPECT_EQ("made", onMissing(IN | OUT | APP));
+}
+
+TEST_F(FileBufModes, Missing_FailsWhereItMustExist)
+{
+    EXPECT_EQ("open failed: No such file or directory (errno 2)", onMissing(IN));
+    EXPECT_FALSE(std::filesystem::exists(m_name));
+    EXPECT_EQ("open failed: No such file or directory (errno 2)", onMissing(IN | OUT));
+    EXPECT_EQ("open failed: No such file or directory (errno 2)", onMissing(IN | ATE | BINARY));
+    EXPECT_FALSE(std::filesystem::exists(m_name));
+}
+
+TEST_F(FileBufModes, In_ReadsAlone)
+{
+    EXPECT_EQ("012|refused|89|0123456789", onExisting(IN));
+}
+
+TEST_F(FileBufModes, Out_EmptiesAndWritesAlone)
+{
+    EXPECT_EQ(std::string("|wrote||\0\0\0\0\0\0ab", 16), onExisting(OUT));
+    EXPECT_EQ(std::string("|wrote||\0\0\0\0\0\0ab", 16), onExisting(OUT | TRUNC));
+}
+
+TEST_F(FileBufModes, App_WritesAtTheEndAlone)
+{
+    EXPECT_EQ("|wrote||0123456789ab", onExisting(APP));
+    EXPECT_EQ("|wrote||0123456789ab", onExisting(OUT | APP));
+}
+
+TEST_F(FileBufModes, InOut_DoesBothInPlace)
+{
+    EXPECT_EQ("012|wrote|89|012345ab89", onExisting(IN | OUT));
+}
+
+TEST_F(FileBufModes, InOutTrunc_EmptiesAndDoesBoth)
+{
+    EXPECT_EQ(std::string("|wrote||\0\0\0\0\0\0ab", 16), onExisting(IN | OUT | TRUNC));
+    zel::FileBuf file;
+    ASSERT_NE(nullptr, file.open(name(), IN | OUT | TRUNC));
+    EXPECT_EQ("", content());
+    file.sputn("xyz", 3);
+    EXPECT_EQ(1, file.pubseekpos(1));
+    EXPECT_EQ("yz", read(file, 9));
+}
+
+TEST_F(FileBufModes, InApp_ReadsAllAndWritesAtTheEnd)
+{
+    EXPECT_EQ("012|wrote|89ab|0123456789ab", onExisting(IN | APP));
+    EXPECT_EQ("012|wrote|89ab|0123456789ab", onExisting(IN | OUT | APP));
+}
+
+TEST_F(FileBufModes, App_StaysAtTheEndWhenOthersWrite)
+{
+    give("1");
+    zel::FileBuf file(4);
+    ASSERT_NE(nullptr, file.open(name(), APP));
+    std::ofstream(m_name, APP) << "2";
+    file.sputn("3", 1);
+    EXPECT_EQ(3, file.pubseekoff(0, ios_base::cur));
+    std::ofstream(m_name, APP) << "4";
+    file.sputn("5", 1);
+    EXPECT_EQ(&file, file.close());
+    EXPECT_EQ("12345", content());
+}
+
+TEST_F(FileBufModes, Ate_BeginsAtTheEnd)
+{
+    give("0123");
+    zel::FileBuf file;
+    ASSERT_NE(nullptr, file.open(name(), IN | OUT | ATE));
+    EXPECT_EQ(4, file.pubseekoff(0, ios_base::cur));
+    EXPECT_EQ("", read(file, 9));
+    EXPECT_EQ(1, file.sputn("4", 1));
+    EXPECT_EQ(1, file.pubseekpos(1)) << "unlike app, it may go elsewhere";
+    EXPECT_EQ(1, file.sputn("x", 1));
+    EXPECT_EQ(&file, file.close());
+    EXPECT_EQ("0x234", content());
+}
+
+TEST_F(FileBufModes, Ate_OfAPipe_FailsAndLeavesNothingOpen)
+{
+    ASSERT_EQ(0, mkfifo(name(), 0600));
+    zel::FileBuf file;
+    EXPECT_FALSE(file.open(name(), IN | OUT | ATE) != nullptr);
+    EXPECT_EQ("lseek failed: Illegal seek (errno 29)", takeCause(3));
+    EXPECT_FALSE(file.is_open());
+    EXPECT_TRUE(file.open(name(), IN | OUT) == &file);
+}
+
+TEST_F(FileBufModes, Binary_ChangesNothing)
+{
+    EXPECT_EQ("012|refused|89|0123456789", onExisting(IN | BINARY));
+    EXPECT_EQ("|wrote||0123456789ab", onExisting(APP | BINARY));
+    zel::FileBuf file;
+    ASSERT_NE(nullptr, file.open(name(), OUT)) << "and its absence neither";
+    file.sputn("a\r\nb\n", 5);
+    EXPECT_EQ(&file, file.close());
+    EXPECT_EQ("a\r\nb\n", content());
+}
+
+TEST_F(FileBufModes, Combinations_ThatMeanNothing)
+{
+    const char* const invalid = "open failed: Invalid argument (errno 22)";
+    EXPECT_EQ(invalid, onExisting({}));
+    EXPECT_EQ(invalid, onExisting(TRUNC));
+    EXPECT_EQ(invalid, onExisting(IN | TRUNC));
+    EXPECT_EQ(invalid, onExisting(APP | TRUNC));
+    EXPECT_EQ(invalid, onExisting(OUT | APP | TRUNC));
+    EXPECT_EQ(invalid, onExisting(IN | APP | TRUNC));
+    EXPECT_EQ(invalid, onExisting(IN | OUT | APP | TRUNC));
+    EXPECT_EQ(invalid, onExisting(ATE | BINARY));
+    EXPECT_EQ("0123456789", content());
+    EXPECT_EQ(invalid, onMissing(APP | TRUNC));
+    EXPECT_FALSE(std::filesystem::exists(m_name));
+}
+
+TEST_F(FileBufModes, Failure_LeavesTheBufferUsable)
+{
+    zel::FileBuf file;
+    EXPECT_EQ(nullptr, file.open(name(), IN));
+    EXPECT_EQ("open failed: No such file or directory (errno 2)", takeCause());
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(&file, file.open(name(), OUT));
+    EXPECT_EQ(2, file.sputn("ok", 2));
+    EXPECT_EQ(&file, file.close());
+    EXPECT_EQ("ok", content());
+}
+
+TEST_F(FileBufModes, Places_WhereNoFileCanBe)
+{
+    zel::FileBuf file;
+    EXPECT_EQ(nullptr, file.open((m_folder + "/none/file").c_str(), OUT));
+    EXPECT_EQ("open failed: No such file or directory (errno 2)", takeCause());
+    EXPECT_EQ(nullptr, file.open(m_folder.c_str(), OUT));
+    EXPECT_EQ("open failed: Is a directory (errno 21)", takeCause());
+    EXPECT_EQ(nullptr, file.open("", OUT));
+    EXPECT_EQ("open failed: No such file or directory (errno 2)", takeCause());
+    EXPECT_FALSE(file.is_open());
+}
+
+TEST_F(FileBufModes, NullName_IsABadAddress)
+{
+    zel::FileBuf file;
+    EXPECT_EQ(nullptr, file.open(nullptr, IN));
+    EXPECT_EQ("open failed: Bad address (errno 14)", takeCause());
+    EXPECT_FALSE(file.is_open());
+}
+
+TEST_F(FileBufModes, NoPermission_Fails)
+{
+    give("secret");
+    ASSERT_EQ(0, chmod(m_folder.c_str(), 0755));
+    ASSERT_EQ(0, chmod(name(), 0));
+    const support::ChildResult child = support::runInChild([&] {
+        ASSERT_TRUE(geteuid() != 0 || seteuid(NOBODY) == 0) << "permissions do not bind root";
+        EXPECT_EQ("open failed: Permission denied (errno 13)", onExisting(IN));
+        EXPECT_EQ("open failed: Permission denied (errno 13)", onExisting(OUT));
+        EXPECT_EQ("open failed: Permission denied (errno 13)", onExisting(APP));
+    });
+    EXPECT_EQ("", child.out);
+    EXPECT_EQ(0, child.exitCode);
+    ASSERT_EQ(0, chmod(name(), 0600));
+    EXPECT_EQ("secret", content());
+}
+
+TEST_F(FileBufModes, Permissions_AreThoseOfTheMask)
+{
+    const mode_t before = umask(0027);
+    EXPECT_EQ("made", onMissing(OUT));
+    struct stat status;
+    ASSERT_EQ(0, stat(name(), &status));
+    EXPECT_EQ(0640U, status.st_mode & 07777);
+    umask(0);
+    EXPECT_EQ("made", onMissing(APP));
+    umask(before);
+    ASSERT_EQ(0, stat(name(), &status));
+    EXPECT_EQ(0666U, status.st_mode & 07777);
+}
+
+TEST_F(FileBufModes, Permissions_OfAFileThatIsThere_Stay)
+{
+    give("x");
+    ASSERT_EQ(0, chmod(name(), 0600));
+    zel::FileBuf file;
+    ASSERT_NE(nullptr, file.open(name(), OUT));
+    struct stat status;
+    ASSERT_EQ(0, stat(name(), &status));
+    EXPECT_EQ(0600U, status.st_mode & 07777);
+}
+
+/// The end to which signals and the opening of the pipe are told.
+int s_told = -1;
+
+void tell(char what)
+{
+    if (::write(s_told, &what, 1) != 1) std::abort();
+}
+
+/// Has `thread` interrupted `count` times, one signal after the other. Returns SIGNALLED, or what
+/// the thread told meanwhile.
+int interrupt(std::thread& thread, int count, int end)
+{
+    char what = SIGNALLED;
+    for (int done = 0; done < count && what == SIGNALLED; ++done) {
+        pthread_kill(thread.native_handle(), SIGUSR1);
+        if (::read(end, &what, 1) != 1) std::abort();
+    }
+    return what;
+}
+
+TEST_F(FileBufModes, Pipe_OutlastsSignals)
+{
+    ASSERT_EQ(0, mkfifo(name(), 0600));
+    int told[2];
+    ASSERT_EQ(0, pipe(told));
+    s_told = told[1];
+    struct sigaction action = {}; // without SA_RESTART
+    action.sa_handler = [](int) { tell(SIGNALLED); };
+    ASSERT_EQ(0, sigaction(SIGUSR1, &action, nullptr));
+    zel::FileBuf writer;
+    std::thread opener([&] {
+        const OpenStorage errors;
+        writer.open(name(), ios_base::out);
+        tell(OPENED);
+    });
+    EXPECT_EQ(SIGNALLED, interrupt(opener, 500, told[0]));
+    const int reader = ::open(name(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    opener.join();
+    EXPECT_TRUE(writer.is_open());
+    close(reader);
+    close(told[0]);
+    close(told[1]);
+}
+
+} // namespace
