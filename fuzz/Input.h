@@ -9,8 +9,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
+
+#include <unistd.h>
 
 /// What every target defines, and what the fuzzer and `replay.cpp` call. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -21,6 +25,14 @@ namespace fuzz {
 inline void require(bool isTrue)
 {
     if (!isTrue) std::abort();
+}
+
+/// Ends the process unless the texts are the same, which it prints otherwise.
+inline void requireSame(const std::string& expected, const std::string& found)
+{
+    if (expected == found) return;
+    dprintf(STDERR_FILENO, "expected %s\nfound    %s\n", expected.c_str(), found.c_str());
+    std::abort();
 }
 
 class Input
@@ -54,6 +66,12 @@ public:
         m_next += taken;
         m_left -= taken;
         return result;
+    }
+    /// At most `size` bytes.
+    std::string text(std::size_t size)
+    {
+        const std::vector<unsigned char> taken = bytes(size);
+        return std::string(taken.begin(), taken.end());
     }
     std::vector<unsigned char> rest() { return bytes(m_left); }
 

@@ -6,11 +6,9 @@
 #include <common/UUID.h>
 
 #include <cctype>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <memory>
-#include <random>
 #include <set>
 #include <string>
 #include <type_traits>
@@ -20,6 +18,8 @@
 #include <gtest/gtest.h>
 
 #include "support/OpenStorage.h"
+#include "support/Random.h"
+#include "support/SlowUuid.h"
 
 namespace {
 
@@ -27,6 +27,7 @@ using std::UUID;
 using std::UUIDSort;
 using std::UUIDValue;
 using support::OpenStorage;
+namespace slow = support::slow;
 
 static_assert(std::is_same_v<decltype(&UUIDSort::operator()),
                              bool (UUIDSort::*)(const UUID* const&, const UUID* const&) const>);
@@ -176,76 +177,23 @@ TEST(UUIDDigits, Nibble_OfAll256Characters)
     static_assert(std::is_same_v<decltype(UUID::nibble('0')), unsigned char>);
 }
 
-namespace slow {
-
-/// The value of a digit, found in a list; 0 for what is in none.
-unsigned int digit(char c)
-{
-    const char* const digits = "00112233445566778899aAbBcCdDeEfF";
-    for (unsigned int i = 0; i < 32; ++i)
-        if (digits[i] == c) return i / 2;
-    return 0;
-}
-
-unsigned int number(const std::string& text, std::size_t first, std::size_t last)
-{
-    unsigned int value = 0;
-    for (std::size_t i = first; i <= last; ++i)
-        value = value * 16 + digit(text[i]);
-    return value;
-}
-
-/// Walks over the 36 positions. Returns false where the text has ended or misses a dash.
-bool parse(const std::string& text, UUIDValue& value)
-{
-    for (std::size_t i = 0; i < 36; ++i) {
-        if (i == text.size()) return false;
-        const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
-        if (dash && text[i] != '-') return false;
-    }
-    value.timeLow = number(text, 0, 7);
-    value.timeMid = static_cast<unsigned short>(number(text, 9, 12));
-    value.timeHiAndVersion = static_cast<unsigned short>(number(text, 14, 17));
-    value.clockSeq = static_cast<unsigned short>(number(text, 19, 22));
-    for (std::size_t i = 0; i < 6; ++i)
-        value.node[i] = static_cast<unsigned char>(number(text, 24 + 2 * i, 25 + 2 * i));
-    return true;
-}
-
-std::string print(const UUIDValue& value)
-{
-    char text[40];
-    std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%04x-%02x%02x%02x%02x%02x%02x",
-                  static_cast<unsigned long>(value.timeLow), value.timeMid, value.timeHiAndVersion,
-                  value.clockSeq, value.node[0], value.node[1], value.node[2], value.node[3],
-                  value.node[4], value.node[5]);
-    return text;
-}
-
-} // namespace slow
-
-class Random
+/// Texts and values at random.
+class RandomUuid : public support::Random
 {
 public:
-    explicit Random(unsigned int seed) : m_engine(seed) {}
-
-    unsigned int below(unsigned int limit) { return static_cast<unsigned int>(m_engine()) % limit; }
-    char byte() { return static_cast<char>(below(256)); }
+    using Random::Random;
 
     UUIDValue value()
     {
         UUIDValue value;
-        unsigned char bytes[sizeof value];
-        for (unsigned char& each : bytes)
-            each = static_cast<unsigned char>(below(256));
-        std::memcpy(&value, bytes, sizeof value);
+        std::memcpy(&value, bytes(sizeof value).data(), sizeof value);
         return value;
     }
 
     /// A text form in mixed case.
     std::string valid()
     {
-        std::string text = slow::print(value());
+        std::string text = slow::printUuid(value());
         for (char& c : text)
             if (below(2) == 0) c = static_cast<char>(std::toupper(c));
         return text;
@@ -281,16 +229,7 @@ private:
         if (kind == 2) text.erase(position, 1);
         if (kind == 3) text[position] = byte();
     }
-
-    std::mt19937 m_engine;
 };
-
-std::string valueText(const UUID& id)
-{
-    UUIDValue value;
-    id.toUUIDValue(value);
-    return slow::print(value);
-}
 
 /// Reads `text` in each way, over an old value, and compares with the slow reader. Returns whether
 /// it is a text form.
@@ -298,26 +237,26 @@ bool sameAsSlow(const std::string& text, const UUIDValue& old)
 {
     const OpenStorage errors;
     UUIDValue expected = old;
-    const bool taken = slow::parse(text, expected);
+    const bool taken = slow::parseUuid(text, expected);
     const bool refused = !taken && !text.empty();
     UUID parsed(old);
     parsed.parse(text);
-    EXPECT_EQ(slow::print(expected), valueText(parsed));
-    EXPECT_EQ(slow::print(expected), parsed.toString());
+    EXPECT_EQ(slow::printUuid(expected), slow::printUuid(parsed));
+    EXPECT_EQ(slow::printUuid(expected), parsed.toString());
     EXPECT_EQ(refused, parsed.isInvalid());
     EXPECT_EQ(refused ? 1 : 0, errors.m_count);
     const std::unique_ptr<char[]> block(new char[text.size()]);
     text.copy(block.get(), text.size());
     UUID out(old);
     EXPECT_EQ(taken, UUID::fromChars(block.get(), text.size(), out));
-    EXPECT_EQ(slow::print(expected), valueText(out));
+    EXPECT_EQ(slow::printUuid(expected), slow::printUuid(out));
     EXPECT_EQ(refused ? 1 : 0, errors.m_count);
     return taken;
 }
 
 TEST(UUIDModel, Parse_MutationsOfTextForms)
 {
-    Random random(4122);
+    RandomUuid random(4122);
     int taken = 0;
     for (int i = 0; i < 8000 && !HasFailure(); ++i) {
         const std::string text = random.mutation();
@@ -330,7 +269,7 @@ TEST(UUIDModel, Parse_MutationsOfTextForms)
 
 TEST(UUIDModel, Parse_AnyTextOfUpTo40Characters)
 {
-    Random random(36);
+    RandomUuid random(36);
     for (int i = 0; i < 8000 && !HasFailure(); ++i) {
         const std::string text = random.anything();
         SCOPED_TRACE(testing::PrintToString(text));
@@ -340,21 +279,21 @@ TEST(UUIDModel, Parse_AnyTextOfUpTo40Characters)
 
 TEST(UUIDModel, Print_AndReadAgain)
 {
-    Random random(128);
+    RandomUuid random(128);
     for (int i = 0; i < 4000 && !HasFailure(); ++i) {
         const UUIDValue value = random.value();
         const UUID id(value);
-        EXPECT_EQ(slow::print(value), id.toString());
+        EXPECT_EQ(slow::printUuid(value), id.toString());
         EXPECT_EQ(id, UUID(id.toString()));
     }
 }
 
 TEST(UUIDModel, Compare_AsTheTextsDo)
 {
-    Random random(16);
+    RandomUuid random(16);
     for (int i = 0; i < 4000 && !HasFailure(); ++i) {
-        const std::string left = slow::print(random.value());
-        std::string right = slow::print(random.value());
+        const std::string left = slow::printUuid(random.value());
+        std::string right = slow::printUuid(random.value());
         const std::size_t same = random.below(37);
         right.replace(0, same, left, 0, same);
         const int order = left.compare(right);
