@@ -3,6 +3,7 @@
 #include <zelcommon-ostream.h>
 
 #include <iomanip>
+#include <locale>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/GroupingLocale.h"
 #include "support/OpenStorage.h"
 #include "support/Texts.h"
 
@@ -181,6 +183,34 @@ TEST(OStream, Duration_InAField)
     EXPECT_EQ("-..42|", inField(5, std::internal, Duration(-42)));
     EXPECT_EQ("-42|", inField(3, std::right, Duration(-42)));
     EXPECT_EQ("-42|", inField(1, std::left, Duration(-42)));
+}
+
+/// `value` on a stream that prints numbers in hexadecimal, with their base and in upper case.
+template <typename Type>
+std::string inHex(const Type& value)
+{
+    std::ostringstream out;
+    out << std::hex << std::showbase << std::uppercase << value;
+    return out.str();
+}
+
+TEST(OStream, TimePointAndDuration_AsTheStreamPrintsNumbers)
+{
+    EXPECT_EQ("0XFF", inHex(TimePoint(255)));
+    EXPECT_EQ("0XFFFFFFFFFFFFFFFF", inHex(TimePoint::MAX));
+    EXPECT_EQ("0XFF", inHex(Duration(255)));
+    EXPECT_EQ("0XFFFFFFFFFFFFFFFF", inHex(Duration(-1)));
+    std::ostringstream out;
+    out << std::showpos << TimePoint(1) << Duration(2) << std::oct << Duration(8);
+    EXPECT_EQ("1+210", out.str());
+}
+
+TEST(OStream, TimePointAndDuration_InTheGroupsOfTheStream)
+{
+    std::ostringstream out;
+    out.imbue(std::locale(std::locale::classic(), new support::Grouping));
+    out << TimePoint(1234567) << ' ' << Duration(-12345) << ' ' << Duration(999);
+    EXPECT_EQ("1'234'567 -12'345 999", out.str());
 }
 
 TEST(OStream, WidthHoldsForOneValueAndFillStays)

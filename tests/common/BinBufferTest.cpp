@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Writing. Devices that refuse are in BinBufferFailuresTest.cpp, reading is in
+// BinBufferInputTest.cpp, the buffers and their memory are in BinBufferMemoryTest.cpp.
 
 #include <common/BinBuffer.h>
 
@@ -6,20 +9,16 @@
 #include <string>
 #include <type_traits>
 
-#include <common/error/ErrorStorage.h>
 #include <gtest/gtest.h>
 
-#include "support/OpenStorage.h"
 #include "support/ScriptedDevice.h"
 
 namespace {
 
 using std::BinBuffer;
-using std::ErrorStorage;
+using support::DeviceInput;
+using support::DeviceOutput;
 using support::OpenBinBuffer;
-using support::OpenStorage;
-using support::ScriptedInput;
-using support::ScriptedOutput;
 
 constexpr int END_OF_FILE = std::char_traits<char>::eof();
 
@@ -27,17 +26,15 @@ static_assert(std::is_base_of_v<std::basic_streambuf<char>, BinBuffer>);
 static_assert(std::is_convertible_v<BinBuffer*, std::basic_streambuf<char>*>);
 static_assert(!std::is_copy_constructible_v<BinBuffer>);
 static_assert(!std::is_copy_assignable_v<BinBuffer>);
+static_assert(std::is_constructible_v<BinBuffer, std::IBinInputStream&>);
+static_assert(!std::is_convertible_v<std::IBinInputStream&, BinBuffer>);
+static_assert(std::is_constructible_v<BinBuffer, std::IBinOutputStream&>);
+static_assert(!std::is_convertible_v<std::IBinOutputStream&, BinBuffer>);
 static_assert(BinBuffer::DEFAULT_SIZE == 2048);
-
-/// Whether an error is stored that nobody acknowledged.
-bool isPending()
-{
-    return ErrorStorage::isError(true);
-}
 
 TEST(BinBuffer, PutArea_HoldsTheLastByteBack)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 8);
     EXPECT_EQ("+7", buffer.putArea());
     EXPECT_EQ(7, buffer.sputn("abcdefg", 7));
@@ -50,7 +47,7 @@ TEST(BinBuffer, PutArea_HoldsTheLastByteBack)
 
 TEST(BinBuffer, SizeOfTwo_HoldsOneCharacter)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 2);
     EXPECT_EQ('a', buffer.sputc('a'));
     EXPECT_EQ(1, buffer.sputc('b'));
@@ -61,7 +58,7 @@ TEST(BinBuffer, SizeOfTwo_HoldsOneCharacter)
 
 TEST(BinBuffer, SizeOfOne_WritesEachCharacterByItself)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 1);
     EXPECT_EQ("+0", buffer.putArea());
     EXPECT_EQ(3, buffer.sputn("abc", 3));
@@ -71,7 +68,7 @@ TEST(BinBuffer, SizeOfOne_WritesEachCharacterByItself)
 
 TEST(BinBuffer, SizeOfOne_WritesTheEndOfFileAsAByte)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 1);
     EXPECT_EQ(1, buffer.overflow(END_OF_FILE));
     EXPECT_EQ(1, buffer.overflow(0x141)); // the low eight bits
@@ -80,7 +77,7 @@ TEST(BinBuffer, SizeOfOne_WritesTheEndOfFileAsAByte)
 
 TEST(BinBuffer, SizeOfOne_NothingTaken_Fails)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 1);
     output.take(0);
     EXPECT_EQ(END_OF_FILE, buffer.sputc('a'));
@@ -90,7 +87,7 @@ TEST(BinBuffer, SizeOfOne_NothingTaken_Fails)
 
 TEST(BinBuffer, SizeOfZero_TakesNothing)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 0);
     EXPECT_EQ("+0", buffer.putArea());
     EXPECT_EQ(END_OF_FILE, buffer.sputc('a'));
@@ -102,7 +99,7 @@ TEST(BinBuffer, SizeOfZero_TakesNothing)
 
 TEST(BinBuffer, SizeOfZero_LeavesAnOutsideBufferAlone)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     const std::unique_ptr<char[]> outside(new char[1]{'x'});
     OpenBinBuffer buffer(nullptr, 0, &output, 0, nullptr, outside.get());
     EXPECT_EQ("+0", buffer.putArea());
@@ -112,7 +109,7 @@ TEST(BinBuffer, SizeOfZero_LeavesAnOutsideBufferAlone)
 
 TEST(BinBuffer, Overflow_EmptyPutAreaIsTheEnd)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 8);
     EXPECT_EQ(END_OF_FILE, buffer.overflow('a'));
     EXPECT_EQ(END_OF_FILE, buffer.overflow(END_OF_FILE));
@@ -122,7 +119,7 @@ TEST(BinBuffer, Overflow_EmptyPutAreaIsTheEnd)
 
 TEST(BinBuffer, Overflow_BelowTheEndOfThePutArea)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 8);
     buffer.sputn("ab", 2);
     EXPECT_EQ(1, buffer.overflow('c'));
@@ -134,7 +131,7 @@ TEST(BinBuffer, Overflow_BelowTheEndOfThePutArea)
 
 TEST(BinBuffer, Overflow_ByteOfAllOnesIsNotTheEndOfFile)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 2);
     EXPECT_EQ(0xFF, buffer.sputc('\xFF'));
     EXPECT_EQ(1, buffer.sputc('\xFF'));
@@ -143,7 +140,7 @@ TEST(BinBuffer, Overflow_ByteOfAllOnesIsNotTheEndOfFile)
 
 TEST(BinBuffer, WithoutOutput_NothingIsTaken)
 {
-    ScriptedInput input;
+    DeviceInput input;
     OpenBinBuffer buffer(input, 4);
     EXPECT_EQ("+0", buffer.putArea());
     EXPECT_EQ(END_OF_FILE, buffer.sputc('a'));
@@ -161,7 +158,7 @@ TEST(BinBuffer, WithoutOutput_WhatIsPendingCannotBeSynced)
 
 TEST(BinBuffer, PartialDrain_RestIsMovedAndOverwritten)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 8);
     output.take(5);
     EXPECT_EQ(8, buffer.sputn("abcdefgh", 8));
@@ -174,7 +171,7 @@ TEST(BinBuffer, PartialDrain_RestIsMovedAndOverwritten)
 
 TEST(BinBuffer, PartialDrain_MovesTheRestToTheFront)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     const std::unique_ptr<char[]> outside(new char[8]);
     OpenBinBuffer buffer(nullptr, 0, &output, 8, nullptr, outside.get());
     output.take(3);
@@ -185,7 +182,7 @@ TEST(BinBuffer, PartialDrain_MovesTheRestToTheFront)
 
 TEST(BinBuffer, PartialDrain_SmallerPutAreaLastsUntilItIsDrained)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 8);
     output.take(7);
     EXPECT_EQ(8, buffer.sputn("abcdefgh", 8));
@@ -197,161 +194,16 @@ TEST(BinBuffer, PartialDrain_SmallerPutAreaLastsUntilItIsDrained)
 
 TEST(BinBuffer, CountBeyondTheSizeIsAllOfIt)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OpenBinBuffer buffer(nullptr, 0, &output, 4);
     output.take(0xFFFFFFFF);
     EXPECT_EQ(4, buffer.sputn("abcd", 4));
     EXPECT_EQ("+3", buffer.putArea());
 }
 
-TEST(BinBuffer, NothingTaken_CharacterIsRefused)
-{
-    ScriptedOutput output;
-    const std::unique_ptr<char[]> outside(new char[4]);
-    OpenBinBuffer buffer(nullptr, 0, &output, 4, nullptr, outside.get());
-    buffer.sputn("abc", 3);
-    for (int i = 0; i < 100; ++i) { // as a caller that retries until it succeeds
-        output.take(0);
-        EXPECT_EQ(END_OF_FILE, buffer.sputc('d'));
-    }
-    EXPECT_EQ("abc+0", buffer.putArea());
-    EXPECT_EQ(1, buffer.sputc('e'));
-    EXPECT_EQ("abce", output.taken());
-}
-
-TEST(BinBuffer, NothingTaken_SyncKeepsWhatIsPending)
-{
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 4);
-    buffer.sputn("ab", 2);
-    output.take(0);
-    EXPECT_EQ(-1, buffer.pubsync());
-    EXPECT_EQ("ab+1", buffer.putArea());
-    EXPECT_EQ(0, buffer.pubsync());
-    EXPECT_EQ("ab", output.taken());
-}
-
-TEST(BinBuffer, NothingTaken_AcknowledgesWhatIsPending)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 2);
-    support::startChain(3);
-    output.take(0);
-    buffer.sputc('a');
-    EXPECT_EQ(END_OF_FILE, buffer.sputc('b'));
-    EXPECT_FALSE(isPending());
-    EXPECT_TRUE(ErrorStorage::isError(false));
-}
-
-#ifdef __CHAR_UNSIGNED__
-
-TEST(BinBuffer, FailedWrite_PassesForASuccess)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 8);
-    output.fail(1, 5);
-    EXPECT_EQ(8, buffer.sputn("abcdefgh", 8));
-    EXPECT_EQ("+3", buffer.putArea());
-    EXPECT_TRUE(isPending());
-}
-
-TEST(BinBuffer, FailedWrite_OfNothing_NeverReachesTheByteHeldBack)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    const std::unique_ptr<char[]> outside(new char[4]);
-    OpenBinBuffer buffer(nullptr, 0, &output, 4, nullptr, outside.get());
-    for (int i = 0; i < 100; ++i) {
-        output.fail(0);
-        EXPECT_EQ(4, buffer.sputn("abcd", 4));
-        EXPECT_EQ("+3", buffer.putArea());
-    }
-    EXPECT_EQ("abcd", std::string(outside.get(), 4));
-}
-
-TEST(BinBuffer, FailedWrite_SizeOfOne_PassesForASuccess)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 1);
-    output.fail(1);
-    EXPECT_EQ(1, buffer.sputc('a'));
-    EXPECT_EQ("", output.taken());
-    EXPECT_TRUE(isPending());
-}
-
-TEST(BinBuffer, FailedWrite_SyncPassesForASuccess)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 8);
-    buffer.sputn("abc", 3);
-    output.fail(1);
-    EXPECT_EQ(0, buffer.pubsync());
-    EXPECT_EQ("+3", buffer.putArea());
-    EXPECT_EQ("", output.taken());
-}
-
-#else
-
-TEST(BinBuffer, FailedWrite_CharacterIsRefused)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    const std::unique_ptr<char[]> outside(new char[4]);
-    OpenBinBuffer buffer(nullptr, 0, &output, 4, nullptr, outside.get());
-    buffer.sputn("abc", 3);
-    for (int i = 0; i < 100; ++i) {
-        output.fail(1);
-        EXPECT_EQ(END_OF_FILE, buffer.sputc('d'));
-        EXPECT_FALSE(isPending());
-    }
-    EXPECT_EQ("abc+0", buffer.putArea());
-    EXPECT_EQ(1, buffer.sputc('e'));
-    EXPECT_EQ("abce", output.taken());
-}
-
-TEST(BinBuffer, FailedWrite_CountIsNotLookedAt)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 8);
-    output.fail(1, 5);
-    EXPECT_EQ(7, buffer.sputn("abcdefgh", 8));
-    EXPECT_EQ("abcdefg+0", buffer.putArea());
-}
-
-TEST(BinBuffer, FailedWrite_SizeOfOne_Fails)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 1);
-    output.fail(1);
-    EXPECT_EQ(END_OF_FILE, buffer.sputc('a'));
-    EXPECT_FALSE(isPending());
-    EXPECT_EQ(1, buffer.sputc('b'));
-    EXPECT_EQ("b", output.taken());
-}
-
-TEST(BinBuffer, FailedWrite_SyncFails)
-{
-    const OpenStorage storage;
-    ScriptedOutput output;
-    OpenBinBuffer buffer(nullptr, 0, &output, 8);
-    buffer.sputn("abc", 3);
-    output.fail(1);
-    EXPECT_EQ(-1, buffer.pubsync());
-    EXPECT_FALSE(isPending());
-    EXPECT_EQ("abc+4", buffer.putArea());
-}
-
-#endif
-
 TEST(BinBuffer, Sync_FlushesTheStreamButNotDeeply)
 {
-    ScriptedOutput output(16);
+    DeviceOutput output(16);
     OpenBinBuffer buffer(nullptr, 0, &output, 8);
     buffer.sputn("abc", 3);
     EXPECT_EQ(1, buffer.overflow(END_OF_FILE));
@@ -360,20 +212,6 @@ TEST(BinBuffer, Sync_FlushesTheStreamButNotDeeply)
     EXPECT_EQ("write(abc)", output.takeCalls());
     EXPECT_EQ(0, buffer.pubsync());
     EXPECT_EQ("", output.takeCalls());
-}
-
-TEST(BinBuffer, Sync_FailedFlush)
-{
-    const OpenStorage storage;
-    ScriptedOutput output(16);
-    OpenBinBuffer buffer(nullptr, 0, &output, 8);
-    buffer.sputn("abc", 3);
-    output.fail(1);
-    EXPECT_EQ(-1, buffer.pubsync());
-    EXPECT_FALSE(isPending());
-    EXPECT_EQ("+7", buffer.putArea());
-    EXPECT_EQ(0, buffer.pubsync());
-    EXPECT_EQ("abc", output.taken());
 }
 
 /// Counts the characters that it is asked to take, and does as it is told.
@@ -394,7 +232,7 @@ protected:
 
 TEST(BinBuffer, Sync_ReplacedOverflowIsAsked)
 {
-    ScriptedOutput output;
+    DeviceOutput output;
     OwnOverflow buffer(output, 8);
     EXPECT_EQ(0, buffer.pubsync());
     EXPECT_EQ(0, buffer.m_last);
@@ -408,7 +246,7 @@ TEST(BinBuffer, Sync_ReplacedOverflowIsAsked)
 
 TEST(BinBuffer, Destruction_WritesNothing)
 {
-    ScriptedOutput output(16);
+    DeviceOutput output(16);
     {
         OpenBinBuffer buffer(nullptr, 0, &output, 8);
         buffer.sputn("abc", 3);

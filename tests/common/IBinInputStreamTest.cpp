@@ -280,48 +280,4 @@ TEST(Read, CountNotTouched_IsTheEnd)
     EXPECT_POSITIONS(0U, 0U, input);
 }
 
-TEST(ReadHook, ComesBeforeEachUseOfTheBuffer)
-{
-    HookedInput input(4, {deliver("abcd"), deliver("efgh")});
-    EXPECT_EQ("1 ab", readText(input, 2));
-    EXPECT_EQ("1 cd", readText(input, 2));
-    EXPECT_EQ("1 efgh", readText(input, 8));
-    EXPECT_EQ("check read(4) check check read(8)", input.notes);
-}
-
-TEST(ReadHook, Unbuffered_IsNotCalled)
-{
-    HookedInput input(0, {deliver("ab")});
-    EXPECT_EQ("1 ab", readText(input, 2));
-    EXPECT_EQ("read(2)", input.notes);
-}
-
-TEST(ReadHook, Failure_FailsTheRead)
-{
-    HookedInput input(4, {deliver("abc")});
-    EXPECT_EQ("1 a", readText(input, 1));
-    input.check = [] { return true; };
-    EXPECT_EQ("-1 ", readText(input, 1));
-    EXPECT_EQ("bc", input.held());
-    EXPECT_EQ("check read(4) check", input.notes);
-}
-
-TEST(ReadHook, MakesTheStreamUnbuffered)
-{
-    HookedInput input(4, {deliver("ab")});
-    input.check = [&] { return input.bufferSize = 0, false; };
-    EXPECT_EQ("1 ab", readText(input, 2));
-    EXPECT_EQ("0 ", readText(input, 2));
-    EXPECT_EQ("check read(2) read(2)", input.notes);
-}
-
-TEST(ReadHook, FillsTheBuffer)
-{
-    HookedInput input(4);
-    input.check = [&] { return input.buffer[0] = 'z', input.readEnd = 1, false; };
-    EXPECT_EQ("1 z", readText(input, 3));
-    EXPECT_EQ("check", input.notes);
-    EXPECT_POSITIONS(0U, 0U, input);
-}
-
 } // namespace

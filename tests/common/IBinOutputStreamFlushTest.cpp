@@ -4,8 +4,8 @@
 
 #include <common/IBinOutputStream.h>
 
-#include <memory>
 #include <string>
+#include <vector>
 
 #include <common/error/ErrorStorage.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,6 @@
 
 namespace {
 
-using support::Hook;
 using support::HookedOutput;
 using support::OpenStorage;
 using support::ScriptedOutput;
@@ -164,6 +163,25 @@ TEST(FlushHooks, FilledStreamMadeUnbuffered_OnlyTheSync)
     EXPECT_FALSE(output.flush(true));
     EXPECT_EQ("sync", output.notes);
     EXPECT_EQ("abcde", output.held());
+}
+
+TEST(FlushHooks, CheckMakesTheStreamUnbuffered_BufferIsStillHandedOver)
+{
+    Filled<HookedOutput> output({});
+    output.check = [&] { return output.bufferSize = 0, false; };
+    EXPECT_FALSE(output.flush(false));
+    EXPECT_EQ("check write(5)", output.notes);
+    EXPECT_EQ("abcde", output.taken);
+    EXPECT_POSITIONS(0U, 0U, output);
+}
+
+TEST(FlushHooks, CheckDropsWhatIsHeld_NothingIsHandedOver)
+{
+    Filled<HookedOutput> output({});
+    output.check = [&] { return output.writePos = output.writeEnd = 0, false; };
+    EXPECT_FALSE(output.flush(false));
+    EXPECT_EQ("check", output.notes);
+    EXPECT_EQ("", output.taken);
 }
 
 TEST(FlushHooks, NotBlocking_SyncComesWithBytesStillBuffered)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What streams say of an implementation that fails without raising an error: two ways, and two
-// wordings. And the assertion of reading.
+// wordings.
 
 #include <cerrno>
 #include <cstdio>
@@ -13,9 +13,11 @@
 #include <common/IBinOutputStream.h>
 #include <common/error/GlobalErrorHandler.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include "support/ChildProcess.h"
+#include "support/FailingStreams.h"
 #include "support/OpenStorage.h"
 #include "support/ScriptedStreams.h"
 
@@ -25,6 +27,14 @@ using std::ErrorStorage;
 using std::IBinStreamBase;
 using support::ChildResult;
 using support::deliver;
+using support::failEverywhere;
+using support::failToFlush;
+using support::failToFlushDeeply;
+using support::failToReadDirectly;
+using support::failToRefill;
+using support::failToWriteDirectly;
+using support::failToWriteTheFullBuffer;
+using support::failToWriteTheRest;
 using support::HookedInput;
 using support::HookedOutput;
 using support::OpenStorage;
@@ -45,63 +55,6 @@ std::string saidBy(const std::function<void()>& body)
     });
     EXPECT_EQ(0, result.exitCode) << result.out;
     return result.err;
-}
-
-// One for each place that reports: a failure without an error, unless there is one before it.
-
-void failToRefill()
-{
-    ScriptedInput input(4, {deliver("").failing()});
-    EXPECT_EQ("-1 ", readText(input, 1));
-}
-
-void failToReadDirectly()
-{
-    ScriptedInput input(4, {deliver("").failing()});
-    EXPECT_EQ("-1 ", readText(input, 4));
-}
-
-void failToWriteTheFullBuffer()
-{
-    ScriptedOutput output(4, {take(0).failing()});
-    EXPECT_EQ("-1 4", writeText(output, "abcd"));
-}
-
-void failToWriteTheRest()
-{
-    ScriptedOutput output(4, {take(0).failing()});
-    EXPECT_EQ("-1 0", writeText(output, "abcde"));
-}
-
-void failToWriteDirectly()
-{
-    ScriptedOutput output(0, {take(0).failing()});
-    EXPECT_EQ("-1 0", writeText(output, "abcd"));
-}
-
-void failToFlush()
-{
-    ScriptedOutput output(4, {take(0).failing()});
-    EXPECT_EQ("1 2", writeText(output, "ab"));
-    EXPECT_TRUE(output.flush(true));
-}
-
-void failToFlushDeeply()
-{
-    HookedOutput output(4);
-    output.sync = [] { return true; };
-    EXPECT_TRUE(output.flush(true));
-}
-
-void failEverywhere()
-{
-    failToRefill();
-    failToReadDirectly();
-    failToWriteTheFullBuffer();
-    failToWriteTheRest();
-    failToWriteDirectly();
-    failToFlush();
-    failToFlushDeeply();
 }
 
 constexpr const char* READ_PRINT =
@@ -140,6 +93,55 @@ TEST(DirectPrint, IsFlushed)
         _exit(5);
     });
     EXPECT_EQ(5, result.exitCode);
+    EXPECT_EQ(std::string(READ_PRINT) + WRITE_PRINT + FLUSH_PRINT, result.err);
+}
+
+TEST(DirectPrint, StandardErrorIsClosed_KeepsErrno)
+{
+    const ChildResult result = runInChild([] {
+        close(STDERR_FILENO);
+        errno = E2BIG;
+        failToRefill();
+        EXPECT_EQ(E2BIG, errno);
+        failToWriteTheFullBuffer();
+        EXPECT_EQ(E2BIG, errno);
+        failToFlush();
+        EXPECT_EQ(E2BIG, errno);
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ("", result.err);
+}
+
+/// Fails on a thread that has cancelled itself, and then lets it be cancelled. Returns whether it
+/// got as far.
+bool isCancelledBehind(void (*fail)())
+{
+    static void (*s_fail)();
+    static bool s_hasFailed;
+    s_fail = fail;
+    s_hasFailed = false;
+    pthread_t thread;
+    const auto run = [](void*) -> void* {
+        pthread_cancel(pthread_self());
+        s_fail();
+        s_hasFailed = true;
+        pthread_testcancel();
+        return nullptr;
+    };
+    pthread_create(&thread, nullptr, run, nullptr);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    return s_hasFailed && result == PTHREAD_CANCELED;
+}
+
+TEST(DirectPrint, IsNoCancellationPoint)
+{
+    const ChildResult result = runInChild([] {
+        EXPECT_TRUE(isCancelledBehind(failToRefill));
+        EXPECT_TRUE(isCancelledBehind(failToWriteTheRest));
+        EXPECT_TRUE(isCancelledBehind(failToFlush));
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
     EXPECT_EQ(std::string(READ_PRINT) + WRITE_PRINT + FLUSH_PRINT, result.err);
 }
 
@@ -348,41 +350,6 @@ TEST(Warnings, NoneWithoutAFailure)
                   EXPECT_EQ("1 4", writeText(output, "abcdef"));
                   EXPECT_FALSE(output.flush(true));
               }));
-}
-
-/// The report of the assertion that the buffer is empty.
-std::string notEmpty(const ChildResult& result)
-{
-    return reportTitle("Assert failed", result) +
-           "Location: src/common/IBinInputStream:87, read()\n"
-           "Condition: \"readBufferEmpty()\"\n"
-           "No reason given\n"
-           "No error context set\n";
-}
-
-TEST(ReadAssertion, HookMakesAFilledStreamUnbuffered_GoesOn)
-{
-    const ChildResult result = runInChild([] {
-        HookedInput input(4, {deliver("abc"), deliver("x")});
-        EXPECT_EQ("1 a", readText(input, 1));
-        input.check = [&] { return input.bufferSize = 0, false; };
-        EXPECT_EQ("1 x", readText(input, 2));
-        EXPECT_EQ("check read(4) check read(2)", input.notes);
-        EXPECT_EQ("bc", input.held());
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ(notEmpty(result), result.err);
-}
-
-TEST(ReadAssertion, UnbufferedStreamWithPositions_GoesOn)
-{
-    const ChildResult result = runInChild([] {
-        ScriptedInput input(0, {deliver("x")});
-        input.readEnd = 1;
-        EXPECT_EQ("1 x", readText(input, 2));
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ(notEmpty(result), result.err);
 }
 
 } // namespace

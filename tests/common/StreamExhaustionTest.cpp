@@ -120,6 +120,22 @@ TEST(StreamExhaustion, Output_RaisesOutOfMemory)
     EXPECT_TRUE(ErrorStorage::isError(true));
 }
 
+TEST(StreamExhaustion, Input_StartsAChain)
+{
+    const OpenStorage errors;
+    support::startChain(3);
+    const WithoutMemory<ScriptedInput> input(64);
+    EXPECT_OUT_OF_MEMORY("framework/src/common/IBinInputStream", "0");
+}
+
+TEST(StreamExhaustion, Output_StartsAChain)
+{
+    const OpenStorage errors;
+    support::startChain(3);
+    const WithoutMemory<ScriptedOutput> output(64);
+    EXPECT_OUT_OF_MEMORY("framework/src/common/IBinOutputStream", "0");
+}
+
 /// Returns how often `body` attempts to allocate while every allocation of the thread fails.
 template <typename Body>
 int attemptsOf(const Body& body)

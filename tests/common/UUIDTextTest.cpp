@@ -7,16 +7,12 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
-#include "support/ChildProcess.h"
 #include "support/OpenStorage.h"
 
 namespace {
@@ -245,74 +241,6 @@ TEST(UUIDText, Construction_MalformedTextGivesTheNilValueAndTheFlag)
     EXPECT_FALSE(empty.isInvalid());
     EXPECT_EQ(NIL, empty.toString());
     EXPECT_EQ(1, errors.m_count);
-}
-
-TEST(UUIDText, Error_OneRowWithoutValues)
-{
-    EXPECT_EQ(0, UUID::ERROR_TABLE[0].id);
-    EXPECT_STREQ("Syntax error UUID", UUID::ERROR_TABLE[0].message);
-    EXPECT_EQ(0, UUID::ERROR_TABLE[0].argCount);
-    EXPECT_EQ(1u, std::size(UUID::ERROR_TABLE));
-    EXPECT_STREQ("Syntax error UUID", UUID::Error.getMessageString(0));
-    EXPECT_STREQ("", UUID::Error.getMessageString(1));
-    EXPECT_FALSE(UUID::Error.isA(std::CommonError));
-    EXPECT_FALSE(UUID::Error.isA(std::CommonCriticalError));
-}
-
-TEST(UUIDText, Error_StartsAChainOfItsOwn)
-{
-    int unhandled = 0;
-    OpenStorage errors([](void* data, const char*, const std::ErrorObject* error, unsigned int) {
-        *static_cast<int*>(data) += error->id();
-    });
-    errors.m_data = &unhandled;
-    support::startChain(5);
-    UUID id;
-    id.parse("1");
-    EXPECT_EQ(5, unhandled);
-    EXPECT_EQ("0", support::chainIds());
-    EXPECT_EQ(1, errors.m_count);
-    EXPECT_EQ(UUID::ERROR_TABLE[0].message, ErrorStorage::reason());
-}
-
-TEST(UUIDText, Error_SuccessLeavesThePendingOne)
-{
-    const OpenStorage errors;
-    support::startChain(5);
-    UUID id(SAMPLE);
-    id.parse("");
-    EXPECT_EQ("5", support::chainIds());
-    EXPECT_TRUE(ErrorStorage::isError(true));
-}
-
-TEST(UUIDText, Error_OnAThreadWithoutAStorageIsNotLost)
-{
-    const support::ChildResult result = support::runInChild([] {
-        UUID id = before();
-        id.parse("1");
-        EXPECT_TRUE(id.isInvalid());
-        EXPECT_EQ(BEFORE, id.toString());
-        EXPECT_TRUE(ErrorStorage::equals(UUID::Error));
-        EXPECT_STREQ("Syntax error UUID", ErrorStorage::reason());
-    });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_NE("", result.err);
-}
-
-TEST(UUIDText, Error_IsTheCallingThreadsOwn)
-{
-    const OpenStorage errors;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([] {
-            const OpenStorage own;
-            const UUID invalid("1");
-            EXPECT_EQ(1, own.m_count);
-            EXPECT_EQ(SAMPLE, UUID(SAMPLE).toString());
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(0, errors.m_count);
 }
 
 TEST(UUIDText, ToString_ReplacesWhatWasThere)

@@ -3,7 +3,7 @@
 // Binary streams whose transfers follow a script, and a stream buffer over them whose areas tests
 // can see.
 //
-//     support::ScriptedOutput output;
+//     support::DeviceOutput output;
 //     output.take(3);
 //     support::OpenBinBuffer buffer(nullptr, 0, &output, 8);
 
@@ -42,10 +42,10 @@ private:
 };
 
 /// Gives what the script says, and behind its end nothing, without a failure.
-class ScriptedInput : public std::IBinInputStream, public CallLog
+class DeviceInput : public std::IBinInputStream, public CallLog
 {
 public:
-    explicit ScriptedInput(unsigned int ownSize = 0) : IBinInputStream(true, ownSize) {}
+    explicit DeviceInput(unsigned int ownSize = 0) : IBinInputStream(true, ownSize) {}
 
     /// The next transfer gives `bytes`.
     void give(const std::string& bytes)
@@ -85,10 +85,10 @@ private:
 };
 
 /// Takes as many bytes as the script says, and behind its end all.
-class ScriptedOutput : public std::IBinOutputStream, public CallLog
+class DeviceOutput : public std::IBinOutputStream, public CallLog
 {
 public:
-    explicit ScriptedOutput(unsigned int ownSize = 0) : IBinOutputStream(true, ownSize) {}
+    explicit DeviceOutput(unsigned int ownSize = 0) : IBinOutputStream(true, ownSize) {}
 
     /// The next transfer says that it took `count` bytes.
     void take(unsigned int count) { m_script.push_back({count, false, 0}); }

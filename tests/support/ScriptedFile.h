@@ -40,6 +40,7 @@ public:
     using filebuf_base::reading;
     using filebuf_base::seekoff;
     using filebuf_base::seekpos;
+    using filebuf_base::setg;
     using filebuf_base::sync;
     using filebuf_base::uflow;
     using filebuf_base::underflow;
@@ -54,13 +55,13 @@ public:
         m_reads.push_back({bytes, count, result});
     }
     /// The next write succeeds, though it says that it wrote `count` bytes.
-    void takeWrite(unsigned int count) { m_writes.push_back({0, count}); }
-    /// The next write fails with this `errno`.
-    void failWrite(int error) { m_writes.push_back({error, 0}); }
+    void takeWrite(unsigned int count) { m_writes.push_back({0, count, 0}); }
+    /// The next write fails with this `errno` and this result.
+    void failWrite(int error, int result = -1) { m_writes.push_back({error, 0, result}); }
     /// The next seek returns `result` and tells `position`.
     void answerSeek(int result, long long position) { m_seeks.push_back({result, position}); }
-    /// The next flush fails.
-    void failFlush() { m_flushResult = 1; }
+    /// The next flush fails with this result.
+    void failFlush(int result = 1) { m_flushResult = result; }
 
     /// Returns the calls since the last time, as "read(8) write(abc) seek(-3,cur) flush()".
     std::string takeCalls()
@@ -101,11 +102,10 @@ protected:
     int writeBlock(const char* data, unsigned int size, unsigned int& written) override
     {
         note("write(" + std::string(data, size) + ")");
-        const Write step = next(m_writes, Write{0, size});
+        const Write step = next(m_writes, Write{0, size, 0});
         written = step.count;
-        if (step.error == 0) return 0;
-        errno = step.error;
-        return -1;
+        if (step.error != 0) errno = step.error;
+        return step.result;
     }
     int seekFile(long long offset, std::ios_base::seekdir dir, std::streampos& result) override
     {
@@ -142,6 +142,7 @@ private:
     {
         int error;
         unsigned int count;
+        int result;
     };
     struct Seek
     {

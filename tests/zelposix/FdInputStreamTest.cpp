@@ -18,109 +18,25 @@
 #include <unistd.h>
 #include <zelposix/PosixError.h>
 
+#include "support/Descriptors.h"
+#include "support/ErrorChain.h"
 #include "support/OpenStorage.h"
 #include "support/ScriptedStreams.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
-using std::IBinStreamBase;
+using support::chain;
+using support::Descriptor;
+using support::Ends;
 using support::OpenStorage;
+using support::Pair;
+using support::Pipe;
 using support::readText;
+using support::Sockets;
 
-constexpr const char* END =
-    "StreamError 2: end of binary i/o stream has been reached. no more i/o possible\n";
-
-/// The chain of the calling thread's errors, newest first, a line for each.
-std::string chain()
-{
-    std::string lines;
-    for (const std::ErrorObject* error = std::ErrorStorage::get();
-         error != nullptr && error->m_type != nullptr; error = error->m_cause) {
-        lines += error->equals(IBinStreamBase::StreamError) ? "StreamError " : "";
-        lines += error->equals(zel::PosixError) ? "PosixError " : "";
-        lines += std::to_string(error->id()) + ": " + error->reason() + "\n";
-    }
-    return lines;
-}
-
-/// A descriptor, closed at the end.
-class Descriptor
-{
-public:
-    explicit Descriptor(int fd) : m_fd(fd)
-    {
-        if (fd == -1) std::abort();
-    }
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    operator int() const { return m_fd; }
-    void close()
-    {
-        if (m_fd != -1) ::close(m_fd);
-        m_fd = -1;
-    }
-    void put(const std::string& bytes) const
-    {
-        if (write(m_fd, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()))
-            std::abort();
-    }
-
-private:
-    int m_fd;
-};
-
-/// An empty file without a name.
-int openFile()
-{
-    const char* const base = std::getenv("TMPDIR");
-    std::string directory = std::string(base == nullptr ? "/tmp" : base) + "/inputXXXXXX";
-    if (mkdtemp(directory.data()) == nullptr) return -1;
-    const std::string path = directory + "/file";
-    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    unlink(path.c_str());
-    rmdir(directory.c_str());
-    return fd;
-}
-
-/// A file that holds `bytes`, to be read from its beginning.
-struct File : Descriptor
-{
-    explicit File(const std::string& bytes) : Descriptor(openFile())
-    {
-        put(bytes);
-        lseek(*this, 0, SEEK_SET);
-    }
-};
-
-/// What a stream reads from.
-struct Ends
-{
-    int fds[2] = {-1, -1};
-};
-
-Ends makePipe(int flags)
-{
-    Ends ends;
-    if (pipe2(ends.fds, flags | O_CLOEXEC) != 0) std::abort();
-    return ends;
-}
-
-Ends makeSockets()
-{
-    Ends ends;
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.fds) != 0) std::abort();
-    return ends;
-}
-
-/// Two descriptors of which the first reads what is written to the second.
-struct Pair
-{
-    explicit Pair(const Ends& ends) : reader(ends.fds[0]), writer(ends.fds[1]) {}
-    Descriptor reader;
-    Descriptor writer;
-};
+using File = support::TemporaryFile;
+constexpr const char* END = support::END_CHAIN;
 
 /// Reads blocks of `size` bytes until a read gives none, and returns all of them.
 std::string readAll(std::IBinInputStream& input, unsigned int size)
@@ -224,7 +140,7 @@ TEST(FdInputStream, Devices)
 TEST(FdInputStream, Pipe_GivesWhatThereIs)
 {
     const OpenStorage errors;
-    Pair pipe(makePipe(0));
+    Pipe pipe;
     zel::FdInputStream input(pipe.reader, 8);
     pipe.writer.put("abc");
     EXPECT_EQ("1 abc", readText(input, 100)); // past the buffer
@@ -241,7 +157,7 @@ TEST(FdInputStream, Pipe_GivesWhatThereIs)
 TEST(FdInputStream, Socket_EndsWhenThePeerHasNoMore)
 {
     const OpenStorage errors;
-    Pair sockets(makeSockets());
+    Sockets sockets;
     zel::FdInputStream input(sockets.reader);
     sockets.writer.put("abc");
     shutdown(sockets.writer, SHUT_WR);
@@ -265,7 +181,7 @@ TEST(FdInputStream, Directory)
 TEST(FdInputStream, BadDescriptors)
 {
     const OpenStorage errors;
-    Pair pipe(makePipe(0));
+    Pipe pipe;
     const int closed = pipe.reader;
     pipe.reader.close();
     for (const int fd : {-1, closed, static_cast<int>(pipe.writer)}) {
@@ -284,7 +200,7 @@ constexpr const char* RESET = "StreamError 0: the binary i/o stream is broken\n"
 TEST(FdInputStream, Socket_PeerThatLeftDataUnreadHasBrokenOff)
 {
     const OpenStorage errors;
-    Pair sockets(makeSockets());
+    Sockets sockets;
     sockets.reader.put("unread");
     sockets.writer.close();
     zel::FdInputStream input(sockets.reader);
@@ -329,7 +245,7 @@ TEST(FdInputStream, NotBlocking_FailsUntilThereIsSomething)
 {
     const OpenStorage errors;
     for (const unsigned int size : {0U, 4096U}) {
-        Pair pipe(makePipe(O_NONBLOCK));
+        Pipe pipe(O_NONBLOCK);
         zel::FdInputStream input(pipe.reader, size, false);
         EXPECT_EQ("-1 ", readText(input, 4));
         EXPECT_TRUE(zel::wouldBlock());
@@ -367,7 +283,7 @@ TEST(FdInputStreamLines, File)
 TEST(FdInputStreamLines, NotBlocking_GoOnWhenThereIsMore)
 {
     const OpenStorage errors;
-    Pair pipe(makePipe(O_NONBLOCK));
+    Pipe pipe(O_NONBLOCK);
     zel::FdInputStream input(pipe.reader, 0, false);
     std::BinBuffer buffer(input);
     std::istream stream(&buffer);

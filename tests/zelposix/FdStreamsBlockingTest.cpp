@@ -24,85 +24,31 @@
 #include <unistd.h>
 #include <zelposix/PosixError.h>
 
+#include "support/Descriptors.h"
+#include "support/ErrorChain.h"
 #include "support/OpenStorage.h"
 #include "support/ScriptedStreams.h"
 
 namespace {
 
+using support::chain;
 using support::OpenStorage;
+using support::Pair;
+using support::Pipe;
 using support::readText;
+using support::Sockets;
 using support::writeText;
 
-constexpr const char* END =
-    "StreamError 2: end of binary i/o stream has been reached. no more i/o possible\n";
+constexpr const char* END = support::END_CHAIN;
 constexpr const char* FULL = "StreamError 1: a binary i/o stream operation failed\n"
                              "PosixError 1: write would block\n";
-
-/// The chain of the calling thread's errors, newest first, a line for each.
-std::string chain()
-{
-    std::string lines;
-    for (const std::ErrorObject* error = std::ErrorStorage::get();
-         error != nullptr && error->m_type != nullptr; error = error->m_cause) {
-        lines += error->equals(std::IBinStreamBase::StreamError) ? "StreamError " : "";
-        lines += error->equals(zel::PosixError) ? "PosixError " : "";
-        lines += std::to_string(error->id()) + ": " + error->reason() + "\n";
-    }
-    return lines;
-}
-
-/// Two connected descriptors, closed at the end.
-class Pair
-{
-public:
-    ~Pair()
-    {
-        closeReader();
-        closeWriter();
-    }
-    Pair(const Pair&) = delete;
-    Pair& operator=(const Pair&) = delete;
-
-    int reader() const { return m_ends[0]; }
-    int writer() const { return m_ends[1]; }
-    void closeReader() { closeEnd(m_ends[0]); }
-    void closeWriter() { closeEnd(m_ends[1]); }
-
-protected:
-    Pair() = default;
-    int m_ends[2] = {-1, -1};
-
-private:
-    static void closeEnd(int& fd)
-    {
-        if (fd != -1) close(fd);
-        fd = -1;
-    }
-};
-
-struct Pipe : Pair
-{
-    explicit Pipe(int flags)
-    {
-        if (pipe2(m_ends, flags | O_CLOEXEC) != 0) std::abort();
-    }
-};
 
 /// A pipe that does not block and holds 4096 bytes.
 struct SmallPipe : Pipe
 {
     SmallPipe() : Pipe(O_NONBLOCK)
     {
-        if (fcntl(writer(), F_SETPIPE_SZ, 4096) != 4096) std::abort();
-    }
-};
-
-struct Sockets : Pair
-{
-    Sockets()
-    {
-        constexpr int KIND = SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
-        if (socketpair(AF_UNIX, KIND, 0, m_ends) != 0) std::abort();
+        if (fcntl(writer, F_SETPIPE_SZ, 4096) != 4096) std::abort();
     }
 };
 
@@ -135,14 +81,14 @@ std::string sendThrough(Pair& pair, const std::string& bytes, unsigned int buffe
 {
     std::string arrived;
     std::thread reader([&] {
-        arrived = readAll(pair.reader());
-        pair.closeReader();
+        arrived = readAll(pair.reader);
+        pair.reader.close();
     });
     {
-        zel::FdOutputStream output(pair.writer(), bufferSize);
+        zel::FdOutputStream output(pair.writer, bufferSize);
         EXPECT_EQ("1 " + std::to_string(bytes.size()), writeText(output, bytes));
     }
-    pair.closeWriter();
+    pair.writer.close();
     reader.join();
     return arrived;
 }
@@ -168,7 +114,7 @@ TEST(Blocking, SocketThatDoesNotBlock_AllArrivesInOrder)
     const OpenStorage errors;
     for (const size_t size : SIZES) {
         const std::string bytes = numberedLines(size);
-        Sockets sockets;
+        Sockets sockets(SOCK_STREAM | SOCK_NONBLOCK);
         EXPECT_TRUE(bytes == sendThrough(sockets, bytes, 4096)) << size;
     }
     EXPECT_EQ("", chain());
@@ -179,13 +125,13 @@ TEST(Blocking, FullPipe_DestructionWaits)
     const OpenStorage errors;
     SmallPipe pipe;
     const std::string filling(4096, 'f');
-    EXPECT_EQ(4096, write(pipe.writer(), filling.data(), filling.size()));
+    EXPECT_EQ(4096, write(pipe.writer, filling.data(), filling.size()));
     std::string arrived;
-    auto output = std::make_unique<zel::FdOutputStream>(pipe.writer());
+    auto output = std::make_unique<zel::FdOutputStream>(pipe.writer);
     EXPECT_EQ("1 3", writeText(*output, "abc"));
-    std::thread reader([&] { arrived = readAll(pipe.reader()); });
+    std::thread reader([&] { arrived = readAll(pipe.reader); });
     output.reset();
-    pipe.closeWriter();
+    pipe.writer.close();
     reader.join();
     EXPECT_EQ(filling + "abc", arrived);
     EXPECT_EQ("", chain());
@@ -196,20 +142,20 @@ TEST(Blocking, EmptyPipe_ReadWaits)
 {
     const OpenStorage errors;
     Pipe there(O_NONBLOCK);
-    Pipe back(0);
+    Pipe back;
     std::thread writer([&] {
         char byte = 'a';
         for (int i = 0; i < 1000; ++i)
-            if (write(there.writer(), &byte, 1) != 1 || read(back.reader(), &byte, 1) != 1) return;
-        there.closeWriter();
+            if (write(there.writer, &byte, 1) != 1 || read(back.reader, &byte, 1) != 1) return;
+        there.writer.close();
     });
-    zel::FdInputStream input(there.reader());
+    zel::FdInputStream input(there.reader);
     std::string bytes;
     for (std::string got = readText(input, 9); got == "1 a"; got = readText(input, 9)) {
         bytes += 'a';
-        EXPECT_EQ(1, write(back.writer(), "a", 1));
+        EXPECT_EQ(1, write(back.writer, "a", 1));
     }
-    back.closeWriter();
+    back.writer.close();
     writer.join();
     EXPECT_EQ(std::string(1000, 'a'), bytes);
     EXPECT_EQ(END, chain());
@@ -219,7 +165,7 @@ TEST(NotBlocking, FullPipe_TakesWhatFits)
 {
     const OpenStorage errors;
     const SmallPipe pipe;
-    zel::FdOutputStream output(pipe.writer(), 16, false);
+    zel::FdOutputStream output(pipe.writer, 16, false);
     const std::string bytes = numberedLines(10000);
     EXPECT_EQ("1 4112", writeText(output, bytes)); // in the pipe, and in the buffer
     EXPECT_EQ("0 0", writeText(output, bytes.substr(4112)));
@@ -227,7 +173,7 @@ TEST(NotBlocking, FullPipe_TakesWhatFits)
     EXPECT_FALSE(output.flush(true));
     EXPECT_EQ("0 0", writeText(output, bytes.substr(4112)));
     EXPECT_EQ("", chain());
-    zel::FdInputStream input(pipe.reader(), 0, false);
+    zel::FdInputStream input(pipe.reader, 0, false);
     EXPECT_EQ("1 " + bytes.substr(0, 4096), readText(input, 9000));
     EXPECT_EQ("1 1000", writeText(output, bytes.substr(4112, 1000)));
     EXPECT_FALSE(output.flush(false));
@@ -238,7 +184,7 @@ TEST(NotBlocking, FullPipe_UnbufferedWriteTakesNothing)
 {
     const OpenStorage errors;
     const SmallPipe pipe;
-    zel::FdOutputStream output(pipe.writer(), 0, false);
+    zel::FdOutputStream output(pipe.writer, 0, false);
     EXPECT_EQ("1 4096", writeText(output, std::string(5000, 'a')));
     EXPECT_EQ("0 0", writeText(output, "b"));
     EXPECT_EQ("", chain());
@@ -249,7 +195,7 @@ TEST(NotBlocking, FullPipe_DestructionSaysThatBytesAreLost)
     const OpenStorage errors;
     const SmallPipe pipe;
     {
-        zel::FdOutputStream output(pipe.writer(), 16, false);
+        zel::FdOutputStream output(pipe.writer, 16, false);
         EXPECT_EQ("1 4112", writeText(output, std::string(5000, 'a')));
         EXPECT_FALSE(output.flush(false));
     }
@@ -263,10 +209,10 @@ TEST(NotBlocking, DestructionWritesWhatFits)
     const OpenStorage errors;
     const SmallPipe pipe;
     {
-        zel::FdOutputStream output(pipe.writer(), 16, false);
+        zel::FdOutputStream output(pipe.writer, 16, false);
         EXPECT_EQ("1 3", writeText(output, "abc"));
     }
-    zel::FdInputStream input(pipe.reader(), 0, false);
+    zel::FdInputStream input(pipe.reader, 0, false);
     EXPECT_EQ("1 abc", readText(input, 9));
     EXPECT_EQ("", chain());
 }
@@ -316,21 +262,21 @@ private:
 void interruptReader(Pair& pair)
 {
     std::string arrived;
-    InterruptedThread reader([&] { arrived = readAll(pair.reader()); });
+    InterruptedThread reader([&] { arrived = readAll(pair.reader); });
     const std::string bytes = numberedLines(60000); // a pipe holds it if the reader fails
     for (size_t done = 0; done < bytes.size(); done += 1000) {
         for (int i = 0; i < 10; ++i)
             reader.interrupt();
-        EXPECT_EQ(1000, write(pair.writer(), bytes.data() + done, 1000));
+        EXPECT_EQ(1000, write(pair.writer, bytes.data() + done, 1000));
     }
-    pair.closeWriter();
+    pair.writer.close();
     reader.join();
     EXPECT_TRUE(bytes == arrived) << arrived.substr(0, 200);
 }
 
 TEST(Interrupted, Read)
 {
-    Pipe pipe(0);
+    Pipe pipe;
     interruptReader(pipe);
 }
 
@@ -342,8 +288,8 @@ void unblock(int fd)
 
 TEST(Interrupted, ReadThatWaitsForADescriptorWhichDoesNotBlock)
 {
-    Pipe pipe(0);
-    unblock(pipe.reader());
+    Pipe pipe;
+    unblock(pipe.reader);
     interruptReader(pipe);
 }
 
@@ -360,8 +306,8 @@ void interruptWriter(Pair& pair, size_t size)
     const std::string bytes = numberedLines(size);
     std::string status;
     InterruptedThread writer([&] {
-        status = writeAll(pair.writer(), bytes);
-        pair.closeWriter();
+        status = writeAll(pair.writer, bytes);
+        pair.writer.close();
     });
     std::string arrived;
     std::string block(5000, '?');
@@ -369,7 +315,7 @@ void interruptWriter(Pair& pair, size_t size)
     while (count > 0) {
         for (int i = 0; i < 10; ++i)
             writer.interrupt();
-        count = read(pair.reader(), block.data(), block.size());
+        count = read(pair.reader, block.data(), block.size());
         arrived.append(block, 0, static_cast<size_t>(std::max<ssize_t>(count, 0)));
     }
     writer.join();
@@ -379,14 +325,14 @@ void interruptWriter(Pair& pair, size_t size)
 
 TEST(Interrupted, Write)
 {
-    Pipe pipe(0);
+    Pipe pipe;
     interruptWriter(pipe, 1000000);
 }
 
 TEST(Interrupted, WriteThatWaitsForADescriptorWhichDoesNotBlock)
 {
-    Pipe pipe(0);
-    unblock(pipe.writer());
+    Pipe pipe;
+    unblock(pipe.writer);
     interruptWriter(pipe, 1000000);
 }
 

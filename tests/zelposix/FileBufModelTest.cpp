@@ -7,9 +7,6 @@
 #include <zelposix/FileBuf.h>
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <iterator>
 #include <memory>
 #include <random>
@@ -19,11 +16,12 @@
 #include <common/error/ErrorStorage.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "support/ChildProcess.h"
+#include "support/FileSizeLimit.h"
 #include "support/OpenStorage.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -289,10 +287,8 @@ private:
     }
     void limit(std::size_t size)
     {
-        rlimit value{};
-        getrlimit(RLIMIT_FSIZE, &value);
-        value.rlim_cur = m_model.m_limit = size;
-        if (setrlimit(RLIMIT_FSIZE, &value) != 0) std::abort();
+        m_model.m_limit = size;
+        support::limitFiles(size);
         m_log += " limit" + std::to_string(size);
     }
     std::string content() const
@@ -318,13 +314,10 @@ private:
 /// limits are those of the whole process.
 void compare(unsigned int count, bool limits)
 {
-    const char* const root = std::getenv("TMPDIR");
-    std::string folder = std::string(root == nullptr ? "/tmp" : root) + "/filebuf-XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(folder.data()));
+    const support::TemporaryFolder folder;
     const support::ChildResult child = support::runInChild([&] {
-        signal(SIGXFSZ, SIG_IGN);
         for (unsigned int seed = 0; seed < 9 * count; ++seed) {
-            Pair pair(folder + "/file", seed, 1 + seed % 9);
+            Pair pair(folder.pathOf("file"), seed, 1 + seed % 9);
             for (int step = 0; step < 60; ++step)
                 ASSERT_TRUE(pair.step(limits)) << pair.log();
         }
@@ -332,7 +325,6 @@ void compare(unsigned int count, bool limits)
     EXPECT_EQ("", child.out);
     EXPECT_EQ("", child.err);
     EXPECT_EQ(0, child.exitCode);
-    std::filesystem::remove_all(folder);
 }
 
 TEST(FileBufModel, Sequences)

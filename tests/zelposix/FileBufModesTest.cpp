@@ -8,19 +8,16 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 
-#include <common/IBinStreamBase.h>
 #include <common/error/ErrorStorage.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zelposix/PosixError.h>
 
-#include "support/ChildProcess.h"
+#include "support/FileFixture.h"
 #include "support/OpenStorage.h"
 
 namespace {
@@ -40,31 +37,15 @@ constexpr uid_t NOBODY = 65534;
 constexpr int OPENED = 'o';
 constexpr int SIGNALLED = 's';
 
-class FileBufModes : public testing::Test
+class FileBufModes : public support::FileFixture
 {
 protected:
-    FileBufModes()
-    {
-        const char* const root = std::getenv("TMPDIR");
-        m_folder = std::string(root == nullptr ? "/tmp" : root) + "/filebuf-XXXXXX";
-        if (mkdtemp(m_folder.data()) == nullptr) std::abort();
-        m_name = m_folder + "/file";
-    }
-    ~FileBufModes() override { std::filesystem::remove_all(m_folder); }
-
-    const char* name() const { return m_name.c_str(); }
-    void give(const std::string& text) const { std::ofstream(m_name, BINARY) << text; }
-    std::string content() const
-    {
-        std::ifstream file(m_name, BINARY);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    /// What a mode does to no file at all: the text of the cause, or "made" or "opened".
+    /// What a mode does to no file at all: the error, or "made" or "opened".
     std::string onMissing(ios_base::openmode mode)
     {
         std::filesystem::remove(m_name);
         zel::FileBuf file;
-        if (file.open(name(), mode) == nullptr) return takeCause();
+        if (file.open(name(), mode) == nullptr) return takeError();
         return std::filesystem::exists(m_name) ? "made" : "opened";
     }
     /// What a mode does to the file "0123456789", as far as it lets one: a read of three, a seek
@@ -74,36 +55,16 @@ protected:
     {
         give("0123456789");
         zel::FileBuf file(4);
-        if (file.open(name(), mode) == nullptr) return takeCause();
+        if (file.open(name(), mode) == nullptr) return takeError();
         std::string told = read(file, 3) + "|";
         EXPECT_EQ(6, file.pubseekpos(6));
         told += file.sputn("ab", 2) == 2 ? "wrote|" : "refused|";
         EXPECT_EQ(8, file.pubseekpos(8));
         told += read(file, 9) + "|";
-        EXPECT_EQ(&file, file.close());
+        EXPECT_TRUE(file.close() == &file);
         EXPECT_FALSE(ErrorStorage::isError(true));
         return told + content();
     }
-    /// As the text of the cause of the pending error, which is one of the row `stream`.
-    std::string takeCause(int stream = 1)
-    {
-        if (!ErrorStorage::isError(true)) return "no error";
-        EXPECT_TRUE(ErrorStorage::equals(std::IBinStreamBase::StreamError));
-        EXPECT_EQ(std::to_string(stream) + " 0", support::chainIds());
-        const std::string text = ErrorStorage::get()->m_cause->reason();
-        m_errors.clear();
-        return text;
-    }
-    static std::string read(zel::FileBuf& file, int size)
-    {
-        std::string text(static_cast<std::size_t>(size), '\0');
-        text.resize(static_cast<std::size_t>(file.sgetn(text.data(), size)));
-        return text;
-    }
-
-    OpenStorage m_errors;
-    std::string m_folder;
-    std::string m_name;
 };
 
 TEST_F(FileBufModes, Missing_IsMadeByWhatWritesAlone)
@@ -119,10 +80,10 @@ TEST_F(FileBufModes, Missing_IsMadeByWhatWritesAlone)
 
 TEST_F(FileBufModes, Missing_FailsWhereItMustExist)
 {
-    EXPECT_EQ("open failed: No such file or directory (errno 2)", onMissing(IN));
+    EXPECT_EQ("1 open failed: No such file or directory (errno 2)", onMissing(IN));
     EXPECT_FALSE(std::filesystem::exists(m_name));
-    EXPECT_EQ("open failed: No such file or directory (errno 2)", onMissing(IN | OUT));
-    EXPECT_EQ("open failed: No such file or directory (errno 2)", onMissing(IN | ATE | BINARY));
+    EXPECT_EQ("1 open failed: No such file or directory (errno 2)", onMissing(IN | OUT));
+    EXPECT_EQ("1 open failed: No such file or directory (errno 2)", onMissing(IN | ATE | BINARY));
     EXPECT_FALSE(std::filesystem::exists(m_name));
 }
 
@@ -152,7 +113,7 @@ TEST_F(FileBufModes, InOutTrunc_EmptiesAndDoesBoth)
 {
     EXPECT_EQ(std::string("|wrote||\0\0\0\0\0\0ab", 16), onExisting(IN | OUT | TRUNC));
     zel::FileBuf file;
-    ASSERT_NE(nullptr, file.open(name(), IN | OUT | TRUNC));
+    ASSERT_TRUE(file.open(name(), IN | OUT | TRUNC) != nullptr);
     EXPECT_EQ("", content());
     file.sputn("xyz", 3);
     EXPECT_EQ(1, file.pubseekpos(1));
@@ -169,13 +130,13 @@ TEST_F(FileBufModes, App_StaysAtTheEndWhenOthersWrite)
 {
     give("1");
     zel::FileBuf file(4);
-    ASSERT_NE(nullptr, file.open(name(), APP));
+    ASSERT_TRUE(file.open(name(), APP) != nullptr);
     std::ofstream(m_name, APP) << "2";
     file.sputn("3", 1);
     EXPECT_EQ(3, file.pubseekoff(0, ios_base::cur));
     std::ofstream(m_name, APP) << "4";
     file.sputn("5", 1);
-    EXPECT_EQ(&file, file.close());
+    EXPECT_TRUE(file.close() == &file);
     EXPECT_EQ("12345", content());
 }
 
@@ -183,13 +144,13 @@ TEST_F(FileBufModes, Ate_BeginsAtTheEnd)
 {
     give("0123");
     zel::FileBuf file;
-    ASSERT_NE(nullptr, file.open(name(), IN | OUT | ATE));
+    ASSERT_TRUE(file.open(name(), IN | OUT | ATE) != nullptr);
     EXPECT_EQ(4, file.pubseekoff(0, ios_base::cur));
     EXPECT_EQ("", read(file, 9));
     EXPECT_EQ(1, file.sputn("4", 1));
     EXPECT_EQ(1, file.pubseekpos(1)) << "unlike app, it may go elsewhere";
     EXPECT_EQ(1, file.sputn("x", 1));
-    EXPECT_EQ(&file, file.close());
+    EXPECT_TRUE(file.close() == &file);
     EXPECT_EQ("0x234", content());
 }
 
@@ -198,7 +159,7 @@ TEST_F(FileBufModes, Ate_OfAPipe_FailsAndLeavesNothingOpen)
     ASSERT_EQ(0, mkfifo(name(), 0600));
     zel::FileBuf file;
     EXPECT_FALSE(file.open(name(), IN | OUT | ATE) != nullptr);
-    EXPECT_EQ("lseek failed: Illegal seek (errno 29)", takeCause(3));
+    EXPECT_EQ("3 lseek failed: Illegal seek (errno 29)", takeError());
     EXPECT_FALSE(file.is_open());
     EXPECT_TRUE(file.open(name(), IN | OUT) == &file);
 }
@@ -208,15 +169,15 @@ TEST_F(FileBufModes, Binary_ChangesNothing)
     EXPECT_EQ("012|refused|89|0123456789", onExisting(IN | BINARY));
     EXPECT_EQ("|wrote||0123456789ab", onExisting(APP | BINARY));
     zel::FileBuf file;
-    ASSERT_NE(nullptr, file.open(name(), OUT)) << "and its absence neither";
+    ASSERT_TRUE(file.open(name(), OUT) != nullptr) << "and its absence neither";
     file.sputn("a\r\nb\n", 5);
-    EXPECT_EQ(&file, file.close());
+    EXPECT_TRUE(file.close() == &file);
     EXPECT_EQ("a\r\nb\n", content());
 }
 
 TEST_F(FileBufModes, Combinations_ThatMeanNothing)
 {
-    const char* const invalid = "open failed: Invalid argument (errno 22)";
+    const char* const invalid = "1 open failed: Invalid argument (errno 22)";
     EXPECT_EQ(invalid, onExisting({}));
     EXPECT_EQ(invalid, onExisting(TRUNC));
     EXPECT_EQ(invalid, onExisting(IN | TRUNC));
@@ -233,48 +194,46 @@ TEST_F(FileBufModes, Combinations_ThatMeanNothing)
 TEST_F(FileBufModes, Failure_LeavesTheBufferUsable)
 {
     zel::FileBuf file;
-    EXPECT_EQ(nullptr, file.open(name(), IN));
-    EXPECT_EQ("open failed: No such file or directory (errno 2)", takeCause());
+    EXPECT_TRUE(file.open(name(), IN) == nullptr);
+    EXPECT_EQ("1 open failed: No such file or directory (errno 2)", takeError());
     EXPECT_FALSE(file.is_open());
-    EXPECT_EQ(&file, file.open(name(), OUT));
+    EXPECT_TRUE(file.open(name(), OUT) == &file);
     EXPECT_EQ(2, file.sputn("ok", 2));
-    EXPECT_EQ(&file, file.close());
+    EXPECT_TRUE(file.close() == &file);
     EXPECT_EQ("ok", content());
 }
 
 TEST_F(FileBufModes, Places_WhereNoFileCanBe)
 {
     zel::FileBuf file;
-    EXPECT_EQ(nullptr, file.open((m_folder + "/none/file").c_str(), OUT));
-    EXPECT_EQ("open failed: No such file or directory (errno 2)", takeCause());
-    EXPECT_EQ(nullptr, file.open(m_folder.c_str(), OUT));
-    EXPECT_EQ("open failed: Is a directory (errno 21)", takeCause());
-    EXPECT_EQ(nullptr, file.open("", OUT));
-    EXPECT_EQ("open failed: No such file or directory (errno 2)", takeCause());
+    EXPECT_TRUE(file.open(m_folder.pathOf("none/file").c_str(), OUT) == nullptr);
+    EXPECT_EQ("1 open failed: No such file or directory (errno 2)", takeError());
+    EXPECT_TRUE(file.open(m_folder.path().c_str(), OUT) == nullptr);
+    EXPECT_EQ("1 open failed: Is a directory (errno 21)", takeError());
+    EXPECT_TRUE(file.open("", OUT) == nullptr);
+    EXPECT_EQ("1 open failed: No such file or directory (errno 2)", takeError());
     EXPECT_FALSE(file.is_open());
 }
 
 TEST_F(FileBufModes, NullName_IsABadAddress)
 {
     zel::FileBuf file;
-    EXPECT_EQ(nullptr, file.open(nullptr, IN));
-    EXPECT_EQ("open failed: Bad address (errno 14)", takeCause());
+    EXPECT_TRUE(file.open(nullptr, IN) == nullptr);
+    EXPECT_EQ("1 open failed: Bad address (errno 14)", takeError());
     EXPECT_FALSE(file.is_open());
 }
 
 TEST_F(FileBufModes, NoPermission_Fails)
 {
     give("secret");
-    ASSERT_EQ(0, chmod(m_folder.c_str(), 0755));
+    ASSERT_EQ(0, chmod(m_folder.path().c_str(), 0755));
     ASSERT_EQ(0, chmod(name(), 0));
-    const support::ChildResult child = support::runInChild([&] {
+    runSilently([&] {
         ASSERT_TRUE(geteuid() != 0 || seteuid(NOBODY) == 0) << "permissions do not bind root";
-        EXPECT_EQ("open failed: Permission denied (errno 13)", onExisting(IN));
-        EXPECT_EQ("open failed: Permission denied (errno 13)", onExisting(OUT));
-        EXPECT_EQ("open failed: Permission denied (errno 13)", onExisting(APP));
+        EXPECT_EQ("1 open failed: Permission denied (errno 13)", onExisting(IN));
+        EXPECT_EQ("1 open failed: Permission denied (errno 13)", onExisting(OUT));
+        EXPECT_EQ("1 open failed: Permission denied (errno 13)", onExisting(APP));
     });
-    EXPECT_EQ("", child.out);
-    EXPECT_EQ(0, child.exitCode);
     ASSERT_EQ(0, chmod(name(), 0600));
     EXPECT_EQ("secret", content());
 }
@@ -298,7 +257,7 @@ TEST_F(FileBufModes, Permissions_OfAFileThatIsThere_Stay)
     give("x");
     ASSERT_EQ(0, chmod(name(), 0600));
     zel::FileBuf file;
-    ASSERT_NE(nullptr, file.open(name(), OUT));
+    ASSERT_TRUE(file.open(name(), OUT) != nullptr);
     struct stat status;
     ASSERT_EQ(0, stat(name(), &status));
     EXPECT_EQ(0600U, status.st_mode & 07777);

@@ -2,28 +2,21 @@
 
 #include <zelposix/FileStream.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 
-#include <common/IBinStreamBase.h>
 #include <common/error/ErrorStorage.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-#include <zelposix/PosixError.h>
 
-#include "support/OpenStorage.h"
+#include "support/FileFixture.h"
 
 namespace {
 
 using std::ErrorStorage;
 using std::ios_base;
-using support::OpenStorage;
+using support::NO_SPACE;
 
 static_assert(!std::is_copy_constructible<zel::FileStream>::value, "it owns a file");
 static_assert(!std::is_copy_assignable<zel::FileStream>::value, "it owns a file");
@@ -36,43 +29,8 @@ static_assert(
     std::is_same<decltype(std::declval<zel::FileStream&>().rdbuf()), zel::FileBuf*>::value,
     "no cast is needed");
 
-constexpr const char* NO_SPACE = "1 write failed: No space left on device (errno 28)";
-
-class FileStream : public testing::Test
-{
-protected:
-    FileStream()
-    {
-        const char* const root = std::getenv("TMPDIR");
-        m_folder = std::string(root == nullptr ? "/tmp" : root) + "/filestream-XXXXXX";
-        if (mkdtemp(m_folder.data()) == nullptr) std::abort();
-        m_name = m_folder + "/file";
-    }
-    ~FileStream() override { std::filesystem::remove_all(m_folder); }
-
-    const char* name() const { return m_name.c_str(); }
-    void give(const std::string& text) const { std::ofstream(m_name, ios_base::binary) << text; }
-    std::string content() const
-    {
-        std::ifstream file(m_name, ios_base::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    /// The row of the pending `StreamError` and the text of its cause; "" without an error.
-    std::string takeError()
-    {
-        if (!ErrorStorage::isError(true)) return "";
-        const std::ErrorObject& error = *ErrorStorage::get();
-        EXPECT_TRUE(error.equals(std::IBinStreamBase::StreamError));
-        EXPECT_TRUE(error.m_cause != nullptr && error.m_cause->equals(zel::PosixError));
-        const std::string text = std::to_string(error.id()) + " " + error.m_cause->reason();
-        m_errors.clear();
-        return text;
-    }
-
-    OpenStorage m_errors;
-    std::string m_folder;
-    std::string m_name;
-};
+class FileStream : public support::FileFixture
+{};
 
 TEST_F(FileStream, Construction_WithoutAFile)
 {
@@ -109,9 +67,9 @@ TEST_F(FileStream, Rdbuf_IsTheBufferOfTheStandardsStream)
 {
     zel::FileStream file(name(), ios_base::out);
     std::ios& stream = file;
-    EXPECT_EQ(stream.rdbuf(), file.rdbuf());
+    EXPECT_TRUE(stream.rdbuf() == file.rdbuf());
     file.rdbuf()->sputn("direct", 6);
-    EXPECT_EQ(file.rdbuf(), file.rdbuf()->close());
+    EXPECT_TRUE(file.rdbuf()->close() == file.rdbuf());
     EXPECT_FALSE(file.is_open());
     EXPECT_EQ("direct", content());
 }

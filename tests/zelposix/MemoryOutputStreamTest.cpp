@@ -7,6 +7,7 @@
 
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <common/BinBuffer.h>
@@ -41,11 +42,15 @@ struct Fixed
     MemoryOutputStream output;
 };
 
-#define EXPECT_FULL(stream)                                                                        \
-    EXPECT_EQ("-1 0", writeText(stream, "x"));                                                     \
+#define EXPECT_END()                                                                               \
     EXPECT_TRUE(ErrorStorage::equals(std::IBinStreamBase::StreamError));                           \
     EXPECT_EQ("2", chainIds());                                                                    \
+    EXPECT_TRUE(ErrorStorage::isError(true));                                                      \
     EXPECT_TRUE(zel::isEndOfStream())
+
+#define EXPECT_FULL(stream)                                                                        \
+    EXPECT_EQ("-1 0", writeText(stream, "x"));                                                     \
+    EXPECT_END()
 
 TEST(GrowingMemory, AtFirst)
 {
@@ -177,24 +182,28 @@ TEST(FixedMemory, TakesAsMuchAsThereIsRoom)
     EXPECT_FALSE(ErrorStorage::isError(false));
 }
 
-TEST(FixedMemory, LessRoom_TakesWhatThereIs)
+TEST(FixedMemory, LessRoom_TakesWhatThereIsAndFails)
 {
     const OpenStorage errors;
     Fixed fixed(5);
     EXPECT_EQ("1 3", writeText(fixed.output, "abc"));
-    EXPECT_EQ("1 2", writeText(fixed.output, "defg"));
+    EXPECT_FALSE(ErrorStorage::isError(false));
+    EXPECT_EQ("-1 2", writeText(fixed.output, "defg"));
+    EXPECT_END();
     EXPECT_EQ("abcde", fixed.text());
     EXPECT_EQ(5U, fixed.output.size());
-    EXPECT_FALSE(ErrorStorage::isError(false));
+    EXPECT_TRUE(fixed.output.isValid());
 }
 
 TEST(FixedMemory, LessRoom_ForAWriteOfAnySize)
 {
+    const OpenStorage errors;
     Fixed fixed(3);
     const std::vector<char> data = {'a', 'b', 'c'};
     unsigned int written = 0;
-    EXPECT_EQ(1, fixed.output.write(data.data(), 4294967295U, written));
+    EXPECT_EQ(static_cast<char>(-1), fixed.output.write(data.data(), 4294967295U, written));
     EXPECT_EQ(3U, written);
+    EXPECT_END();
     EXPECT_EQ("abc", fixed.text());
 }
 
@@ -253,14 +262,16 @@ TEST(FixedMemory, Clear_GivesTheRoomBack)
     EXPECT_EQ("abc", fixed.text());
     EXPECT_EQ("1 2", writeText(fixed.output, "de"));
     EXPECT_EQ("dec", fixed.text());
-    EXPECT_EQ("1 1", writeText(fixed.output, "fg"));
+    EXPECT_EQ("1 1", writeText(fixed.output, "f"));
+    EXPECT_EQ("def", fixed.text());
 }
 
 TEST(FixedMemory, BytesBehindTheCapacityStay)
 {
+    const OpenStorage errors;
     char block[] = {'1', '2', '3', '4'};
     MemoryOutputStream output(block, 2);
-    EXPECT_EQ("1 2", writeText(output, "abcd"));
+    EXPECT_EQ("-1 2", writeText(output, "abcd"));
     EXPECT_EQ("ab34", std::string(block, 4));
 }
 
@@ -286,8 +297,12 @@ TEST(StandardStream, IntoGrowingMemory)
     EXPECT_FALSE(ErrorStorage::isError(false));
 }
 
-// Whether the standard's stream sees it is a matter of plain char's sign; the error tells anyhow.
-TEST(StandardStream, IntoFixedMemory_ThatBecomesFull)
+// Where plain char has no sign, a failed write passes for a success: the stream stays good then,
+// and the error pending.
+constexpr bool SEES_FAILURES = std::is_signed<char>::value;
+constexpr auto ON_FAILURE = SEES_FAILURES ? std::ios_base::badbit : std::ios_base::goodbit;
+
+TEST(StandardStream, IntoFixedMemory_ThatIsFull)
 {
     const OpenStorage errors;
     Fixed fixed(4);
@@ -296,9 +311,29 @@ TEST(StandardStream, IntoFixedMemory_ThatBecomesFull)
     text << "leve" << std::flush;
     EXPECT_TRUE(text.good());
     EXPECT_FALSE(ErrorStorage::isError(false));
-    text << "l 12" << std::flush;
+    text << "l" << std::flush;
+    EXPECT_EQ(ON_FAILURE, text.rdstate());
+    EXPECT_EQ("2", chainIds());
     EXPECT_TRUE(zel::isEndOfStream());
+    EXPECT_EQ(!SEES_FAILURES, ErrorStorage::isError(true));
     EXPECT_EQ("leve", fixed.text());
+}
+
+TEST(StandardStream, IntoFixedMemory_WithRoomForAPart)
+{
+    const OpenStorage errors;
+    Fixed fixed(6);
+    std::BinBuffer buffer(fixed.output, 16);
+    std::ostream text(&buffer);
+    text << "level " << 12;
+    EXPECT_TRUE(text.good());
+    EXPECT_EQ("......", fixed.text());
+    text << std::flush;
+    EXPECT_EQ(ON_FAILURE, text.rdstate());
+    EXPECT_EQ("2", chainIds());
+    EXPECT_TRUE(zel::isEndOfStream());
+    EXPECT_EQ(!SEES_FAILURES, ErrorStorage::isError(true));
+    EXPECT_EQ("level ", fixed.text());
 }
 
 } // namespace

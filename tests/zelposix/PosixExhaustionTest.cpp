@@ -4,13 +4,11 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <zel/report.h>
 #include <zelposix/FdInputStream.h>
 #include <zelposix/FdOutputStream.h>
@@ -20,6 +18,7 @@
 #include <zelposix/PosixError.h>
 
 #include "support/ChildProcess.h"
+#include "support/Descriptors.h"
 #include "support/FailingMalloc.h"
 #include "support/OpenStorage.h"
 #include "support/ScriptedStreams.h"
@@ -34,6 +33,7 @@ using support::chainIds;
 using support::ChildResult;
 using support::FailingMalloc;
 using support::OpenStorage;
+using support::Pipe;
 using support::readText;
 using support::writeText;
 using zel::MemoryInputStream;
@@ -48,32 +48,6 @@ struct WithoutMemory : Stream
     explicit WithoutMemory(int fd, unsigned int size, FailingMalloc&& = FailingMalloc())
         : Stream(fd, size)
     {}
-};
-
-/// A pipe whose reading does not wait.
-struct Pipe
-{
-    Pipe()
-    {
-        if (pipe2(ends, O_NONBLOCK) != 0) std::abort();
-    }
-    ~Pipe()
-    {
-        close(ends[0]);
-        close(ends[1]);
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    /// Takes what is in it.
-    std::string take() const
-    {
-        char data[16];
-        const ssize_t count = read(ends[0], data, sizeof data);
-        return count < 0 ? "" : std::string(data, static_cast<std::size_t>(count));
-    }
-
-    int ends[2];
 };
 
 /// What was written.
@@ -113,8 +87,8 @@ std::string writeWithoutMemory(MemoryOutputStream& output, unsigned int size)
 TEST(PosixExhaustion, Input_IsInvalid)
 {
     const OpenStorage errors;
-    const Pipe pipe;
-    const WithoutMemory<zel::FdInputStream> input(pipe.ends[0], 64);
+    const Pipe pipe(O_NONBLOCK);
+    const WithoutMemory<zel::FdInputStream> input(pipe.reader, 64);
     EXPECT_OUT_OF_MEMORY();
     EXPECT_FALSE(input.isValid());
 }
@@ -122,21 +96,21 @@ TEST(PosixExhaustion, Input_IsInvalid)
 TEST(PosixExhaustion, Input_EachReadFailsAndTakesNothing)
 {
     OpenStorage errors;
-    const Pipe pipe;
-    WithoutMemory<zel::FdInputStream> input(pipe.ends[0], 64);
+    const Pipe pipe(O_NONBLOCK);
+    WithoutMemory<zel::FdInputStream> input(pipe.reader, 64);
     errors.clear();
-    EXPECT_EQ(3, write(pipe.ends[1], "abc", 3));
+    pipe.writer.put("abc");
     EXPECT_EQ("-1 ", readText(input, 1));
     EXPECT_EQ("-1 ", readText(input, 64));
     EXPECT_FALSE(ErrorStorage::isError(false));
-    EXPECT_EQ("abc", pipe.take());
+    EXPECT_EQ("abc", pipe.reader.take());
 }
 
 TEST(PosixExhaustion, Output_IsInvalid)
 {
     const OpenStorage errors;
-    const Pipe pipe;
-    const WithoutMemory<zel::FdOutputStream> output(pipe.ends[1], 64);
+    const Pipe pipe(O_NONBLOCK);
+    const WithoutMemory<zel::FdOutputStream> output(pipe.writer, 64);
     EXPECT_OUT_OF_MEMORY();
     EXPECT_FALSE(output.isValid());
 }
@@ -144,24 +118,24 @@ TEST(PosixExhaustion, Output_IsInvalid)
 TEST(PosixExhaustion, Output_EachWriteFailsAndGivesNothing)
 {
     OpenStorage errors;
-    const Pipe pipe;
+    const Pipe pipe(O_NONBLOCK);
     {
-        WithoutMemory<zel::FdOutputStream> output(pipe.ends[1], 64);
+        WithoutMemory<zel::FdOutputStream> output(pipe.writer, 64);
         errors.clear();
         EXPECT_EQ("-1 0", writeText(output, "a"));
         EXPECT_EQ("-1 0", writeText(output, std::string(65, 'a')));
         EXPECT_FALSE(output.flush(true));
     }
     EXPECT_FALSE(ErrorStorage::isError(false));
-    EXPECT_EQ("", pipe.take());
+    EXPECT_EQ("nothing", pipe.reader.take());
 }
 
 TEST(PosixExhaustion, Unbuffered_NeedsNoMemory)
 {
     const OpenStorage errors;
-    const Pipe pipe;
-    WithoutMemory<zel::FdOutputStream> output(pipe.ends[1], 0);
-    WithoutMemory<zel::FdInputStream> input(pipe.ends[0], 0);
+    const Pipe pipe(O_NONBLOCK);
+    WithoutMemory<zel::FdOutputStream> output(pipe.writer, 0);
+    WithoutMemory<zel::FdInputStream> input(pipe.reader, 0);
     EXPECT_TRUE(output.isValid());
     EXPECT_TRUE(input.isValid());
     EXPECT_EQ("1 3", writeText(output, "abc"));
@@ -172,8 +146,8 @@ TEST(PosixExhaustion, Unbuffered_NeedsNoMemory)
 TEST(PosixExhaustion, FailedRead_RaisesWithoutMemory)
 {
     const OpenStorage errors;
-    const Pipe pipe;
-    zel::FdInputStream input(pipe.ends[0], 4, false);
+    const Pipe pipe(O_NONBLOCK);
+    zel::FdInputStream input(pipe.reader, 4, false);
     char byte = 0;
     unsigned int got = 0;
     std::optional<FailingMalloc> exhausted(std::in_place);
@@ -186,6 +160,7 @@ TEST(PosixExhaustion, FailedRead_RaisesWithoutMemory)
 
 TEST(MemoryStreams, AllocateNothing)
 {
+    const OpenStorage errors;
     char block[4];
     unsigned int count = 0;
     const int before = allocatorCalls().allocations;
@@ -336,8 +311,8 @@ TEST(FileBufExhaustion, SecondOpen_KeepsTheBuffer)
 {
     const OpenStorage errors;
     zel::FileBuf file(16);
-    EXPECT_EQ(&file, file.open("/dev/zero", std::ios_base::in));
-    EXPECT_EQ(&file, file.close());
+    EXPECT_TRUE(file.open("/dev/zero", std::ios_base::in) == &file);
+    EXPECT_TRUE(file.close() == &file);
     std::optional<FailingMalloc> exhausted(std::in_place);
     const bool isOpen = file.open("/dev/zero", std::ios_base::in) == &file;
     const int calls = exhausted->calls();

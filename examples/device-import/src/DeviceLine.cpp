@@ -126,7 +126,7 @@ bool parseDeviceLine(const String& line, Device& device, int& repairs)
     }
 
     bool isNumber = false;
-    device = {fields[0], fields[1], fields[2], parseLevel(fields[3], isNumber)};
+    device = {std::UUID(fields[0].toUtf8()), fields[1], fields[2], parseLevel(fields[3], isNumber)};
     return true;
 }
 

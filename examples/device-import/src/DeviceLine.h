@@ -9,6 +9,7 @@
 #ifndef DEVICE_IMPORT_DEVICELINE_H
 #define DEVICE_IMPORT_DEVICELINE_H
 
+#include <common/UUID.h>
 #include <common/unicode/String.h>
 
 namespace deviceimport {
@@ -16,14 +17,19 @@ namespace deviceimport {
 /// One device of a building. Each text has the encoding of its list, or is in UTF-8.
 struct Device
 {
-    /// 36 characters, lower case.
-    std::unicode::String uuid;
+    std::UUID uuid;
     std::unicode::String name;
     /// FLOOR/ROOM.
     std::unicode::String location;
     /// Per cent.
     int level = 0;
 };
+
+/// Texts are equal if their characters are, whatever their encodings.
+inline bool operator==(const Device& a, const Device& b)
+{
+    return a.uuid == b.uuid && a.name == b.name && a.location == b.location && a.level == b.level;
+}
 
 /// Returns true for a line that holds no device: blank, or a comment behind '#'.
 bool isSkippedLine(const std::unicode::String& line);

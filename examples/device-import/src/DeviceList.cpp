@@ -3,11 +3,13 @@
 #include "DeviceList.h"
 
 #include <algorithm>
+#include <ios>
 #include <iterator>
 
 #include <common/tracing/SharedChannelMap.h>
 #include <common/tracing/log.h>
 #include <zel/report.h>
+#include <zelposix/FileBuf.h>
 
 #include "FileEncoding.h"
 #include "ImportErrors.h"
@@ -19,6 +21,8 @@ namespace {
 
 using std::unicode::String;
 using tracing::Levels;
+
+constexpr unsigned int FILE_BUFFER = 16 * 1024;
 
 /// Never destroyed: a thread that hangs may log at any time, to the process's end.
 const tracing::SharedChannelPtr& s_list = *new tracing::SharedChannelPtr("list");
@@ -58,11 +62,12 @@ String ownCopy(const String& text)
 
 void DeviceList::load(ListReport& report)
 {
-    LineReader reader;
-    if (!reader.open(report.name())) {
+    zel::FileBuf file(FILE_BUFFER);
+    if (file.open(report.name().c_str(), std::ios_base::in) == nullptr) {
         giveUp(report);
         return;
     }
+    LineReader reader(file);
     for (String line;;) {
         const LineReader::Result result = reader.next(line);
         report.setLines(reader.number());
@@ -101,13 +106,14 @@ void DeviceList::takeLine(const String& line, int number, ListReport& report)
 /// Returns false if the uuid is taken, with a FieldError raised.
 bool DeviceList::insert(const Device& device, int number)
 {
-    const auto [place, isNew] = m_lines.emplace(ownCopy(device.uuid), number);
-    if (!isNew) {
-        ZEL_RAISE(FieldError, UUID_USED, device.uuid.toUtf8().c_str(), place->second);
+    const auto found = m_lines.find(&device.uuid);
+    if (found != m_lines.end()) {
+        ZEL_RAISE(FieldError, UUID_USED, device.uuid.toString().c_str(), found->second);
         return false;
     }
     m_devices.push_back(
-        {place->first, ownCopy(device.name), ownCopy(device.location), device.level});
+        {device.uuid, ownCopy(device.name), ownCopy(device.location), device.level});
+    m_lines.emplace(&m_devices.back().uuid, number);
     return true;
 }
 

@@ -9,9 +9,11 @@
 #ifndef DEVICE_IMPORT_DEVICELIST_H
 #define DEVICE_IMPORT_DEVICELIST_H
 
-#include <unordered_map>
+#include <deque>
+#include <map>
 #include <vector>
 
+#include <common/UUID.h>
 #include <common/unicode/String.h>
 
 #include "DeviceLine.h"
@@ -23,6 +25,10 @@ namespace deviceimport {
 class DeviceList
 {
 public:
+    DeviceList() = default;
+    DeviceList(DeviceList&&) = default;
+    DeviceList& operator=(DeviceList&&) = default;
+
     /// Adds the devices of the file that `report` is about, and tells `report` about each line.
     /// A line that cannot be used, also for bytes that are no characters in the file's encoding,
     /// raises ListError LIST_REJECTED, caused by LineError LINE_REJECTED, caused by what is wrong
@@ -31,7 +37,10 @@ public:
     void load(ListReport& report);
 
     /// The devices in the order of their lines.
-    const std::vector<Device>& devices() const { return m_devices; }
+    const std::deque<Device>& devices() const { return m_devices; }
+
+    /// Returns the line of `device`, which is one of `devices()`.
+    int lineOf(const Device& device) const { return m_lines.at(&device.uuid); }
 
     /// Returns the devices whose name contains `name`, of whatever encodings both are. An empty
     /// `name` is in all of them.
@@ -41,9 +50,11 @@ private:
     void takeLine(const std::unicode::String& line, int number, ListReport& report);
     bool insert(const Device& device, int number);
 
-    std::vector<Device> m_devices;
-    /// The line of each uuid. Equal ones are found whatever their encodings.
-    std::unordered_map<std::unicode::String, int> m_lines;
+    /// Devices stay where they are when others are added, and when the list is moved: the map
+    /// points to their uuids.
+    std::deque<Device> m_devices;
+    /// The line of each uuid.
+    std::map<const std::UUID*, int, std::UUIDSort> m_lines;
 };
 
 } // namespace deviceimport

@@ -34,7 +34,7 @@ String blanks(unsigned int count)
 
 Row rowOf(const Device& device)
 {
-    return {device.uuid, device.name, device.location, std::to_string(device.level)};
+    return {device.uuid.toString(), device.name, device.location, std::to_string(device.level)};
 }
 
 /// Fills each text up to the widest one of its column; numbers stand at the right.

@@ -24,8 +24,6 @@ constexpr unsigned int UUID_SIZE = 8 + 1 + 4 + 1 + 4 + 1 + 4 + 1 + 12; // groups
 constexpr unsigned int DASHES[] = {8, 13, 18, 23};
 static_assert(UUID_SIZE == 36);
 
-constexpr std::size_t MAX_NAME = 40;
-constexpr std::size_t MAX_LOCATION = 32;
 constexpr unsigned int MAX_FLOOR = 3;
 
 /// Characters of a field that a message quotes.
@@ -191,6 +189,11 @@ bool checkLevel(const String& text)
         ZEL_RAISE(FieldError, LEVEL_NOT_A_NUMBER, quotable(text).c_str());
         return false;
     }
+    return checkLevelRange(level, text);
+}
+
+bool checkLevelRange(int level, const String& text)
+{
     if (level >= MIN_LEVEL && level <= MAX_LEVEL) return true;
     ZEL_RAISE(std::CommonError, 2, MIN_LEVEL, MAX_LEVEL, level);
     ZEL_RAISE_ON(FieldError, LEVEL_RANGE, quotable(text).c_str());

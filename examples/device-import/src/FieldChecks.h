@@ -8,6 +8,8 @@
 #ifndef DEVICE_IMPORT_FIELDCHECKS_H
 #define DEVICE_IMPORT_FIELDCHECKS_H
 
+#include <cstddef>
+
 #include <common/unicode/String.h>
 
 namespace deviceimport {
@@ -16,6 +18,10 @@ namespace deviceimport {
 constexpr int MIN_LEVEL = 0;
 constexpr int MAX_LEVEL = 100;
 constexpr int DEFAULT_LEVEL = 50;
+
+/// Most bytes of a name and of a location, as they are in UTF-8.
+constexpr std::size_t MAX_NAME = 40;
+constexpr std::size_t MAX_LOCATION = 32;
 
 /// Characters around a field that do not belong to it.
 constexpr const char* BLANKS = " \t";
@@ -32,6 +38,8 @@ bool checkName(const std::unicode::String& text);
 bool checkLocation(const std::unicode::String& text);
 /// A whole number from MIN_LEVEL to MAX_LEVEL. One beyond has a std::CommonError as the cause.
 bool checkLevel(const std::unicode::String& text);
+/// The same of the number `level`, which was given as `text`.
+bool checkLevelRange(int level, const std::unicode::String& text);
 
 /// Returns the number that the whole of `text` is; one that is too large for an int is INT_MAX or
 /// INT_MIN. `isNumber` tells whether it is a number at all; if not, the result is 0.

@@ -3,6 +3,7 @@
 #include "Handlers.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <new>
@@ -57,6 +58,12 @@ void onFailedNew()
 void installNewHandler()
 {
     std::set_new_handler(onFailedNew);
+}
+
+void ignoreSizeSignal()
+{
+    const bool refused = std::signal(SIGXFSZ, SIG_IGN) == SIG_ERR;
+    ZEL_ASSERT(!refused);
 }
 
 void registerHandlers()

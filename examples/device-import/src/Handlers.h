@@ -24,6 +24,10 @@ enum class Provocation {
 /// instead of throwing.
 void installNewHandler();
 
+/// Has a write beyond the limit for the size of a file fail, as on a full device, instead of ending
+/// the process by a signal.
+void ignoreSizeSignal();
+
 /// Registers a handler of each kind that prints one line to standard error. The one for exhausted
 /// memory releases a reserve, once, and so lets the program go on. Call once.
 void registerHandlers();

@@ -41,6 +41,8 @@ constexpr std::ErrorID FIELD_TABLE[] = {
     {LOCATION_FLOOR, "floor '%s' is not made of one to three capital letters and digits", 1},
     {LEVEL_NOT_A_NUMBER, "level '%s' is not a whole number", 1},
     {LEVEL_RANGE, "level '%s' is not allowed", 1},
+    {UUID_LISTED, "uuid '%s' is used in list %s already", 2},
+    {FIELD_UNDECODABLE, "%s is not in UTF-8", 1},
 };
 
 constexpr std::ErrorID REPAIRABLE_TABLE[] = {
@@ -51,6 +53,24 @@ constexpr std::ErrorID REPAIRABLE_TABLE[] = {
     {REPAIR_LEVEL_MISSING, "level is missing, taken as %d", 1},
 };
 
+constexpr std::ErrorID REGISTRY_TABLE[] = {
+    {REGISTRY_REJECTED, "registry %s rejected", 1},
+    {REGISTRY_UNREADABLE, "registry %s could not be read", 1},
+    {REGISTRY_NOT_WRITTEN, "registry %s could not be written", 1},
+    {REGISTRY_NO_FILE, "what has that name is no regular file", 0},
+    {REGISTRY_IN_HEADER, "header at byte 0", 0},
+    {REGISTRY_IN_RECORD, "record %u at byte %llu", 2},
+    {REGISTRY_IN_TRAILER, "checksum at byte %llu", 1},
+    {REGISTRY_NO_MAGIC, "the file does not begin with DREG", 0},
+    {REGISTRY_NUMBER, "%s is %d, expected %d", 3},
+    {REGISTRY_TOO_MANY, "%u records do not fit into a file of %llu bytes", 2},
+    {REGISTRY_PAST_END, "%s runs past the end", 1},
+    {REGISTRY_ORDER, "uuid '%s' is not greater than the one before", 1},
+    {REGISTRY_CHECKSUM, "checksum is %08X, expected %08X", 2},
+    {REGISTRY_GOES_ON, "the file goes on behind the checksum", 0},
+    {REGISTRY_DIFFERS, "the devices are not those that were written", 0},
+};
+
 } // namespace
 
 std::ErrorType ImportError(IMPORT_TABLE, std::size(IMPORT_TABLE));
@@ -58,5 +78,6 @@ std::ErrorType ListError(LIST_TABLE, std::size(LIST_TABLE), ImportError);
 std::ErrorType LineError(LINE_TABLE, std::size(LINE_TABLE), ImportError);
 std::ErrorType FieldError(FIELD_TABLE, std::size(FIELD_TABLE), ImportError);
 std::ErrorType RepairableError(REPAIRABLE_TABLE, std::size(REPAIRABLE_TABLE), FieldError);
+std::ErrorType RegistryError(REGISTRY_TABLE, std::size(REGISTRY_TABLE), ImportError);
 
 } // namespace deviceimport

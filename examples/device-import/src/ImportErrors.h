@@ -23,6 +23,8 @@ extern std::ErrorType LineError;
 extern std::ErrorType FieldError;
 /// What the parser of a line sets right by itself; a FieldError.
 extern std::ErrorType RepairableError;
+/// A registry; an ImportError.
+extern std::ErrorType RegistryError;
 
 /// Rows of ImportError, with their values.
 enum {
@@ -61,6 +63,8 @@ enum {
     LOCATION_FLOOR,          ///< const char* floor
     LEVEL_NOT_A_NUMBER,      ///< const char* level
     LEVEL_RANGE,             ///< const char* level
+    UUID_LISTED,             ///< const char* uuid, const char* earlier list
+    FIELD_UNDECODABLE,       ///< const char* field
 };
 
 /// Rows of RepairableError, with their values.
@@ -70,6 +74,25 @@ enum {
     REPAIR_UUID_BRACES,     ///< none
     REPAIR_UUID_CAPITALS,   ///< none
     REPAIR_LEVEL_MISSING,   ///< int default
+};
+
+/// Rows of RegistryError, with their values.
+enum {
+    REGISTRY_REJECTED,    ///< const char* file
+    REGISTRY_UNREADABLE,  ///< const char* file
+    REGISTRY_NOT_WRITTEN, ///< const char* file
+    REGISTRY_NO_FILE,     ///< none
+    REGISTRY_IN_HEADER,   ///< none
+    REGISTRY_IN_RECORD,   ///< unsigned int number from 1, unsigned long long byte
+    REGISTRY_IN_TRAILER,  ///< unsigned long long byte
+    REGISTRY_NO_MAGIC,    ///< none
+    REGISTRY_NUMBER,      ///< const char* field, int found, int expected
+    REGISTRY_TOO_MANY,    ///< unsigned int records, unsigned long long bytes of the file
+    REGISTRY_PAST_END,    ///< const char* part
+    REGISTRY_ORDER,       ///< const char* uuid
+    REGISTRY_CHECKSUM,    ///< unsigned int found, unsigned int expected
+    REGISTRY_GOES_ON,     ///< none
+    REGISTRY_DIFFERS,     ///< none
 };
 
 } // namespace deviceimport

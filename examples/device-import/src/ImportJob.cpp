@@ -2,15 +2,15 @@
 
 #include "ImportJob.h"
 
+#include <utility>
+
 #include <common/error/ErrorStorages.h>
 #include <common/tracing/Levels.h>
 #include <common/tracing/SharedChannelMap.h>
 #include <common/tracing/TraceBuffer.h>
 #include <zel/report.h>
 
-#include "DeviceList.h"
 #include "ImportErrors.h"
-#include "ListReport.h"
 
 namespace deviceimport {
 
@@ -44,14 +44,14 @@ void traceSummary(const ListReport& report)
 ImportResult makeResult(const ImportJob& job, const ListReport& report)
 {
     traceSummary(report);
-    return {job.place, report.text(), report.isClean(), report.lines()};
+    return {job.place, job.name, report.text(), report.isClean(), report.lines(), {}};
 }
 
 template <typename Storage, typename... Values>
-void importUnder(const ImportSettings& settings, ListReport& report, Values... values)
+void importUnder(const ImportSettings& settings, DeviceList& list, ListReport& report,
+                 Values... values)
 {
     const Storage errors(values...);
-    DeviceList list;
     list.load(report);
     if (settings.find) report.addFound(list.find(*settings.find));
     report.finish(list.devices().size());
@@ -59,23 +59,29 @@ void importUnder(const ImportSettings& settings, ListReport& report, Values... v
 
 } // namespace
 
-ImportResult runJob(const ImportJob& job, const ImportSettings& settings)
+ImportResult runJob(const ImportJob& job, const ImportSettings& settings, LineCounter& counter)
 {
-    ListReport report(job.name, errorsFor(settings.storage));
+    DeviceList list;
+    ListReport report(job.name, errorsFor(settings.storage), counter);
     switch (settings.storage) {
     case StorageKind::NONE:
-    case StorageKind::STDOUT: importUnder<std::StdoutDumpErrorStorage>(settings, report); break;
-    case StorageKind::ABORT: importUnder<std::AbortErrorStorage>(settings, report); break;
+    case StorageKind::STDOUT:
+        importUnder<std::StdoutDumpErrorStorage>(settings, list, report);
+        break;
+    case StorageKind::ABORT: importUnder<std::AbortErrorStorage>(settings, list, report); break;
     case StorageKind::TRACE:
-        importUnder<std::TraceErrorStorage>(settings, report, TRACE_CHANNEL);
+        importUnder<std::TraceErrorStorage>(settings, list, report, TRACE_CHANNEL);
         break;
     }
-    return makeResult(job, report);
+    ImportResult result = makeResult(job, report);
+    if (settings.keepDevices) result.devices = std::move(list);
+    return result;
 }
 
 ImportResult missJob(const ImportJob& job, StorageKind storage)
 {
-    ListReport report(job.name, errorsFor(storage));
+    LineCounter none{0};
+    ListReport report(job.name, errorsFor(storage), none);
     ZEL_RAISE_ON(ListError, LIST_UNREADABLE, job.name.c_str());
     report.addFailure();
     report.finish(0);

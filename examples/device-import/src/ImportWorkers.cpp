@@ -2,30 +2,31 @@
 
 #include "ImportWorkers.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
 #include <common/tracing/log.h>
 #include <zel/report.h>
 
-#include "BoundedQueue.h"
 #include "ImportErrors.h"
 
 namespace deviceimport {
 
 using tracing::Levels;
 
-struct ImportWorkers::Queues
+struct ImportWorkers::Shared
 {
-    Queues(std::size_t places, std::size_t room) : jobs(places), results(room) {}
+    Shared(std::size_t places, std::size_t room) : jobs(places), results(room) {}
 
     BoundedQueue<ImportJob> jobs;
     BoundedQueue<ImportResult> results;
+    LineCounter lines{0};
 };
 
 ImportWorkers::ImportWorkers(std::size_t count, std::size_t room, const ImportSettings& settings,
-                             zelbase::Duration timeout)
-    : m_timeout(timeout), m_queues(std::make_shared<Queues>(count, room))
+                             zelbase::Duration timeout, Progress& progress)
+    : m_timeout(timeout), m_shared(std::make_shared<Shared>(count, room)), m_progress(progress)
 {
     m_threads.reserve(count);
     start(count, settings);
@@ -34,8 +35,8 @@ ImportWorkers::ImportWorkers(std::size_t count, std::size_t room, const ImportSe
 
 ImportWorkers::~ImportWorkers()
 {
-    m_queues->jobs.close();
-    m_queues->results.close();
+    m_shared->jobs.close();
+    m_shared->results.close();
     for (std::thread& thread : m_threads) {
         if (m_failed) {
             thread.detach();
@@ -48,14 +49,20 @@ ImportWorkers::~ImportWorkers()
 bool ImportWorkers::give(ImportJob job)
 {
     ZEL_LOG(m_channel, Levels::LevelDEBUG, "gives file %zu", job.place);
-    if (m_queues->jobs.push(std::move(job), deadline()) == QueueResult::DONE) return true;
+    const auto attempt = [this, &job](const zelbase::TimePoint& end) {
+        return m_shared->jobs.push(std::move(job), end); // which leaves the job as it is if late
+    };
+    if (waitFor(attempt) == QueueResult::DONE) return true;
     m_failed = true;
     return false;
 }
 
 bool ImportWorkers::take(ImportResult& result)
 {
-    if (m_queues->results.pop(result, deadline()) != QueueResult::DONE) {
+    const auto attempt = [this, &result](const zelbase::TimePoint& end) {
+        return m_shared->results.pop(result, end);
+    };
+    if (waitFor(attempt) != QueueResult::DONE) {
         ZEL_LOG(m_channel, Levels::LevelDEBUG, "nothing to take");
         m_failed = true;
         return false;
@@ -74,11 +81,11 @@ void ImportWorkers::raiseFailure() const
 }
 
 /// Runs in each thread until the queues are closed.
-void ImportWorkers::work(Queues& queues, const ImportSettings& settings)
+void ImportWorkers::work(Shared& shared, const ImportSettings& settings)
 {
-    for (ImportJob job; queues.jobs.pop(job, zelbase::TimePoint::MAX) == QueueResult::DONE;) {
+    for (ImportJob job; shared.jobs.pop(job, zelbase::TimePoint::MAX) == QueueResult::DONE;) {
         // A closed queue refuses the result: nobody waits for it any more.
-        queues.results.push(runJob(job, settings), zelbase::TimePoint::MAX);
+        shared.results.push(runJob(job, settings, shared.lines), zelbase::TimePoint::MAX);
     }
 }
 
@@ -86,10 +93,24 @@ void ImportWorkers::start(std::size_t count, const ImportSettings& settings)
 {
     try {
         while (m_threads.size() < count)
-            m_threads.emplace_back([queues = m_queues, settings] { work(*queues, settings); });
+            m_threads.emplace_back([shared = m_shared, settings] { work(*shared, settings); });
     } catch (const std::system_error& error) {
         m_startError = error.code().message();
     }
+}
+
+/// Makes an attempt that lasts to the deadline: in one piece if nobody watches, else in slices.
+template <typename Attempt>
+QueueResult ImportWorkers::waitFor(Attempt attempt)
+{
+    const zelbase::TimePoint end = deadline();
+    while (m_progress.isWatched()) {
+        const zelbase::TimePoint now = zelbase::TimePoint::now();
+        m_progress.show(m_shared->lines, now);
+        const QueueResult result = attempt(std::min(now + Progress::PERIOD, end));
+        if (result != QueueResult::LATE || now + Progress::PERIOD >= end) return result;
+    }
+    return attempt(end);
 }
 
 zelbase::TimePoint ImportWorkers::deadline() const

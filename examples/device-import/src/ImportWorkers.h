@@ -3,7 +3,7 @@
 // The threads that import files. They take jobs from one bounded queue and put results into
 // another; a file that never ends holds up its own thread, and nobody else beyond the timeout.
 //
-//     ImportWorkers workers(2, 8, settings, zelbase::Duration(500));
+//     ImportWorkers workers(2, 8, settings, zelbase::Duration(500), progress);
 //     if (!workers.give({0, "devices.csv"}) || !workers.take(result)) workers.raiseFailure();
 
 #ifndef DEVICE_IMPORT_IMPORTWORKERS_H
@@ -19,7 +19,9 @@
 #include <common/tracing/Levels.h>
 #include <zelbase/time.h>
 
+#include "BoundedQueue.h"
 #include "ImportJob.h"
+#include "Progress.h"
 
 namespace deviceimport {
 
@@ -30,9 +32,10 @@ class ImportWorkers
 public:
     /// Starts `count` threads, or as many of them as the system grants. `room` is the number of
     /// results that find a place without being taken; give no more jobs than that beyond those
-    /// taken. `timeout` limits every wait.
+    /// taken. `timeout` limits every wait. `progress`, which is not owned and must outlive
+    /// this object, shows during waits how many lines the threads have read.
     ImportWorkers(std::size_t count, std::size_t room, const ImportSettings& settings,
-                  zelbase::Duration timeout);
+                  zelbase::Duration timeout, Progress& progress);
 
     /// Ends the threads and waits for that. After a failure it does not wait: a thread that hangs
     /// is left alone, and what it still brings about is dropped.
@@ -54,15 +57,18 @@ public:
     void raiseFailure() const;
 
 private:
-    struct Queues;
+    struct Shared;
 
-    static void work(Queues& queues, const ImportSettings& settings);
+    static void work(Shared& shared, const ImportSettings& settings);
     void start(std::size_t count, const ImportSettings& settings);
     zelbase::TimePoint deadline() const;
+    template <typename Attempt>
+    QueueResult waitFor(Attempt attempt);
 
     const zelbase::Duration m_timeout;
     /// Shared with the threads, of which one that hangs outlives this object.
-    const std::shared_ptr<Queues> m_queues;
+    const std::shared_ptr<Shared> m_shared;
+    Progress& m_progress;
     std::vector<std::thread> m_threads;
     /// Why there are not all the threads.
     std::string m_startError;

@@ -12,7 +12,10 @@
 #include <common/tracing/SharedChannelMap.h>
 #include <common/tracing/log.h>
 
+#include <unistd.h>
+
 #include "ImportWorkers.h"
+#include "Progress.h"
 
 namespace deviceimport {
 
@@ -37,6 +40,10 @@ std::size_t workerCount(std::size_t files)
 class ResultPrinter
 {
 public:
+    ResultPrinter(Registry& registry, Progress& progress)
+        : m_registry(registry), m_progress(progress)
+    {}
+
     void add(ImportResult result)
     {
         m_waiting.emplace(result.place, std::move(result));
@@ -56,11 +63,16 @@ public:
 private:
     void print(const ImportResult& result)
     {
-        std::fwrite(result.text.data(), 1, result.text.size(), stdout);
-        m_total.clean = m_total.clean && result.clean;
+        m_progress.erase();
+        const std::string leftOut = m_registry.add(result.name, result.devices);
+        const std::string text = result.text + leftOut;
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        m_total.clean = m_total.clean && result.clean && leftOut.empty();
         m_total.lines += result.lines;
     }
 
+    Registry& m_registry;
+    Progress& m_progress;
     std::map<std::size_t, ImportResult> m_waiting;
     std::size_t m_next = 0;
     ImportTotal m_total;
@@ -108,7 +120,7 @@ void giveUp(const std::vector<std::string>& names, StorageKind storage, ImportWo
 } // namespace
 
 ImportTotal importFiles(const std::vector<std::string>& names, const ImportSettings& settings,
-                        zelbase::Duration timeout)
+                        zelbase::Duration timeout, Registry& registry)
 {
     if (names.empty()) return {};
 
@@ -117,8 +129,9 @@ ImportTotal importFiles(const std::vector<std::string>& names, const ImportSetti
     const std::size_t count = together ? workerCount(names.size()) : 1;
     const std::size_t window = together ? count * JOBS_PER_WORKER : 1;
 
-    ImportWorkers workers(count, window, settings, timeout);
-    ResultPrinter printer;
+    Progress progress(STDERR_FILENO, zelbase::TimePoint::now());
+    ImportWorkers workers(count, window, settings, timeout, progress);
+    ResultPrinter printer(registry, progress);
     const bool failed = !importAll(names, window, workers, printer);
     if (failed) giveUp(names, settings.storage, workers, printer);
     ImportTotal total = printer.total();

@@ -3,10 +3,10 @@
 #include "LineReader.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <system_error>
 
+#include <common/IBinStreamBase.h>
+#include <common/error/ErrorStorage.h>
 #include <zel/report.h>
 
 #include "FileEncoding.h"
@@ -21,11 +21,6 @@ using std::unicode::String;
 constexpr unsigned int BLOCK_SIZE = LineReader::MAX_SKIPPED;
 
 static_assert(BLOCK_SIZE % sizeof(char32_t) == 0, "a full block ends with a whole unit");
-
-std::string errnoText(int error)
-{
-    return std::generic_category().message(error);
-}
 
 /// Returns true if the code unit of `text` at byte `place` is `unit`.
 bool isAt(unsigned int place, const String& text, const String& unit)
@@ -53,18 +48,7 @@ bool isTooLong(const String& line)
 
 } // namespace
 
-LineReader::~LineReader()
-{
-    if (m_file != nullptr) std::fclose(m_file);
-}
-
-bool LineReader::open(const std::string& name)
-{
-    m_file = std::fopen(name.c_str(), "rbe");
-    if (m_file != nullptr) return true;
-    ZEL_RAISE(ImportError, IMPORT_SYSTEM_CALL, "fopen", errnoText(errno).c_str());
-    return false;
-}
+LineReader::LineReader(std::streambuf& file) : m_file(file) {}
 
 LineReader::Result LineReader::next(String& line)
 {
@@ -88,28 +72,37 @@ LineReader::Result LineReader::next(String& line)
     return Result::BROKEN;
 }
 
-/// Returns how many bytes were read. They are less than `size` only at the end of the file and
-/// after an error.
-unsigned int LineReader::read(void* data, unsigned int size)
+/// Returns how many bytes were read. They are less than `size` only at the end of the file and if
+/// `failed` is set, with the error pending.
+unsigned int LineReader::read(char* data, unsigned int size, bool& failed)
 {
-    if (m_error != 0) return 0;
-    const std::size_t count = std::fread(data, 1, size, m_file);
-    if (count < size && std::ferror(m_file) != 0) m_error = errno;
-    return static_cast<unsigned int>(count);
+    failed = false;
+    if (m_hasEnded) return 0;
+    const auto count = static_cast<unsigned int>(m_file.sgetn(data, size));
+    if (count == size) return count;
+    // To a stream buffer a failure is an end. A pending error of another type is that of a line.
+    failed = std::ErrorStorage::isError(true) &&
+             std::ErrorStorage::isA(std::IBinStreamBase::StreamError);
+    m_hasEnded = !failed;
+    return count;
 }
 
-void LineReader::readMark()
+/// Returns false after a failure, with an error raised.
+bool LineReader::readMark()
 {
     char head[MAX_MARK];
-    const unsigned int size = read(head, sizeof(head));
+    bool failed = false;
+    const unsigned int size = read(head, sizeof(head), failed);
     const FileEncoding encoding = detectEncoding(head, size);
     m_lineFeed = String(*encoding.codec, '\n');
     m_rest.assign(head + encoding.markSize, head + size);
+    return !failed;
 }
 
-/// Reads the bytes behind the lines so far, a full block or up to the end of the file.
+/// Reads the bytes behind the lines so far, a full block or up to the end of the file, or up to a
+/// failure, which `failed` tells then.
 /// Returns false without memory, with an error raised.
-bool LineReader::readBlock(String& block)
+bool LineReader::readBlock(String& block, bool& failed)
 {
     const std::SharedBuf bytes(BLOCK_SIZE);
     if (bytes.data == nullptr) {
@@ -118,7 +111,8 @@ bool LineReader::readBlock(String& block)
     }
     const auto kept = static_cast<unsigned int>(m_rest.size());
     std::memcpy(bytes.payload(), m_rest.data(), kept);
-    const unsigned int filled = kept + read(bytes.payload() + kept, BLOCK_SIZE - kept);
+    char* const free = reinterpret_cast<char*>(bytes.payload()) + kept;
+    const unsigned int filled = kept + read(free, BLOCK_SIZE - kept, failed);
     const std::SharedBuf text = bytes.shrink(BLOCK_SIZE - filled);
     block = String(text, m_lineFeed.codec());
     text.unref();
@@ -129,29 +123,26 @@ bool LineReader::readBlock(String& block)
 /// Reads at least one line, or one without its line feed: the last one, or one that fills a block.
 LineReader::Result LineReader::readLines()
 {
-    if (m_lineFeed.empty()) readMark();
+    if (m_lineFeed.empty() && !readMark()) return Result::FAILED;
     String block;
-    if (!readBlock(block)) return Result::FAILED;
+    bool failed = false;
+    if (!readBlock(block, failed)) return Result::FAILED;
 
     const unsigned int lastFeed = findLastFeed(block);
     if (lastFeed == NOWHERE) {
-        if (block.byteLength() == 0 || m_error != 0) return end();
+        if (failed) return Result::FAILED;
+        if (block.byteLength() == 0) return Result::END;
         m_rest.clear();
         m_piece = block;
         m_place = 0;
         return Result::LINE;
     }
+    // The lines before a failure come first; it comes again when they are used up.
+    if (failed) std::ErrorStorage::ack();
     m_rest.assign(block.data() + lastFeed + m_lineFeed.byteLength(),
                   block.data() + block.byteLength());
     m_pieces = bytesOf(block, 0, lastFeed).split(m_lineFeed).begin();
     return Result::LINE;
-}
-
-LineReader::Result LineReader::end() const
-{
-    if (m_error == 0) return Result::END;
-    ZEL_RAISE(ImportError, IMPORT_SYSTEM_CALL, "fread", errnoText(m_error).c_str());
-    return Result::FAILED;
 }
 
 bool LineReader::hasLine() const

@@ -3,14 +3,13 @@
 // Reads a file line by line, with a bound for everything: whatever the file holds, reading ends and
 // takes little memory.
 //
-//     LineReader reader;
-//     if (!reader.open(name)) return false;
+//     LineReader reader(file);
 //     while (reader.next(line) == LineReader::Result::LINE) use(line);
 
 #ifndef DEVICE_IMPORT_LINEREADER_H
 #define DEVICE_IMPORT_LINEREADER_H
 
-#include <cstdio>
+#include <streambuf>
 #include <string>
 
 #include <common/unicode/String.h>
@@ -36,23 +35,20 @@ public:
     /// Bytes of the file after which a line counts as endless.
     static constexpr int MAX_SKIPPED = 64 * 1024;
     /// Most lines of a file.
-    static constexpr int MAX_LINES = 64 * 1024;
+    static constexpr int MAX_LINES = 1024 * 1024;
 
-    LineReader() = default;
-    ~LineReader();
+    /// Over `file`, which is not owned, must outlive this object, and raises a StreamError if it
+    /// fails, as zel::FileBuf does.
+    explicit LineReader(std::streambuf& file);
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
 
-    /// Opens the file `name`. Requires that no file was opened before.
-    /// Returns false if there is none to be read, with an ImportError raised.
-    bool open(const std::string& name);
-
     /// Reads the next line into `line`, without its line feed and a byte order mark; the last one
     /// may lack it. It may hold bytes that are no characters. Blocks as long as the file does.
-    /// Requires an open file. `line` is undefined unless a line was read.
+    /// `line` is undefined unless a line was read.
     /// Raises LineError LINE_TOO_LONG with Result::BROKEN.
     /// Raises LineError LINE_ENDLESS, std::CommonError 0 for want of memory or 7 for too many
-    /// lines, or ImportError IMPORT_SYSTEM_CALL with Result::FAILED.
+    /// lines, or leaves the StreamError of the file pending, with Result::FAILED.
     Result next(std::unicode::String& line);
 
     /// Returns the number of the line that was read last, counted from 1.
@@ -62,19 +58,18 @@ private:
     /// No place in a piece, which is used up then.
     static constexpr unsigned int NOWHERE = 0xFFFFFFFF;
 
-    unsigned int read(void* data, unsigned int size);
-    void readMark();
-    bool readBlock(std::unicode::String& block);
+    unsigned int read(char* data, unsigned int size, bool& failed);
+    bool readMark();
+    bool readBlock(std::unicode::String& block, bool& failed);
     Result readLines();
-    Result end() const;
     bool hasLine() const;
     std::unicode::String takeLine();
     unsigned int findFeed(const std::unicode::String& piece, unsigned int begin) const;
     unsigned int findLastFeed(const std::unicode::String& block) const;
 
-    std::FILE* m_file = nullptr;
-    /// What reading failed with, a value of errno; 0 if it did not.
-    int m_error = 0;
+    std::streambuf& m_file;
+    /// Whether the end of the file was seen.
+    bool m_hasEnded = false;
     int m_number = 0;
     /// In the file's encoding; empty until that is known.
     std::unicode::String m_lineFeed;

@@ -11,8 +11,15 @@
 
 namespace deviceimport {
 
-ListReport::ListReport(std::string name, Errors errors) : m_name(std::move(name)), m_errors(errors)
+ListReport::ListReport(std::string name, Errors errors, LineCounter& counter)
+    : m_name(std::move(name)), m_errors(errors), m_counter(counter)
 {}
+
+void ListReport::setLines(int lines)
+{
+    m_counter += static_cast<std::uint64_t>(lines - m_lines);
+    m_lines = lines;
+}
 
 void ListReport::addImported(int repairs)
 {

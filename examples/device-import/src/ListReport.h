@@ -4,14 +4,16 @@
 // were looked for, then a summary. The text is collected, so that lists that are read at the same
 // time are printed one after another.
 //
-//     ListReport report("devices.csv", ListReport::Errors::COLLECT);
+//     ListReport report("devices.csv", ListReport::Errors::COLLECT, counter);
 //     list.load(report);
 //     report.finish(list.devices().size());
 
 #ifndef DEVICE_IMPORT_LISTREPORT_H
 #define DEVICE_IMPORT_LISTREPORT_H
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +21,9 @@
 #include "DeviceLine.h"
 
 namespace deviceimport {
+
+/// Counts the lines of all lists that are read at the same time.
+using LineCounter = std::atomic<std::uint64_t>;
 
 /// The report on one list. Used by one thread at a time; the calls that deal with errors by the
 /// thread whose storage holds them.
@@ -31,13 +36,15 @@ public:
         LEAVE_PENDING, ///< it is left to the reaction of the thread's storage
     };
 
-    ListReport(std::string name, Errors errors);
+    /// `counter` is not owned and must outlive this object.
+    ListReport(std::string name, Errors errors, LineCounter& counter);
 
     /// The list's file.
     const std::string& name() const { return m_name; }
 
-    /// Tells how many lines were read so far, of whatever kind.
-    void setLines(int lines) { m_lines = lines; }
+    /// Tells how many lines were read so far, of whatever kind; the counter gets those that are
+    /// new.
+    void setLines(int lines);
     /// Counts an imported line that took `repairs` repairs.
     void addImported(int repairs);
     /// Counts a broken line. Requires its error chain to be pending.
@@ -63,6 +70,7 @@ private:
 
     std::string m_name;
     Errors m_errors;
+    LineCounter& m_counter;
     int m_lines = 0;
     int m_repaired = 0;
     int m_rejected = 0;

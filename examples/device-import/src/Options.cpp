@@ -49,6 +49,8 @@ enum {
     OPTION_TIME,
     OPTION_TIMEOUT,
     OPTION_TRACE,
+    OPTION_OUTPUT,
+    OPTION_DUMP,
 };
 
 constexpr option LONG_OPTIONS[] = {
@@ -59,6 +61,8 @@ constexpr option LONG_OPTIONS[] = {
     {"time", no_argument, nullptr, OPTION_TIME},
     {"timeout", required_argument, nullptr, OPTION_TIMEOUT},
     {"trace", required_argument, nullptr, OPTION_TRACE},
+    {"output", required_argument, nullptr, OPTION_OUTPUT},
+    {"dump", required_argument, nullptr, OPTION_DUMP},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -86,6 +90,14 @@ bool chooseName(const std::unicode::String& name, std::optional<std::unicode::St
 {
     if (!isDecodable(name)) return fail("the name to find is not in UTF-8");
     find = name;
+    return true;
+}
+
+bool chooseFile(const char* option, const std::string& name, std::string& file)
+{
+    if (name.empty())
+        return fail(std::string("option '--") + option + "' needs the name of a file");
+    file = name;
     return true;
 }
 
@@ -162,40 +174,25 @@ bool takeOption(int found, char* const argv[], Options& options)
     case OPTION_TIME: options.time = true; return true;
     case OPTION_TIMEOUT: return chooseTimeout(optarg, options.timeout);
     case OPTION_TRACE: return addTraceLevels(optarg, options.traceLevels);
+    case OPTION_OUTPUT: return chooseFile("output", optarg, options.output);
+    case OPTION_DUMP: return chooseFile("dump", optarg, options.dump);
     case ':': return fail("option '" + currentOption(argv) + "' needs an argument");
     default: return fail("wrong option '" + currentOption(argv) + "'");
     }
 }
 
-} // namespace
+bool checkFiles(const Options& options)
+{
+    if (!options.dump.empty()) {
+        if (!options.files.empty()) return fail("option '--dump' goes without FILE");
+        return options.output.empty() || fail("options '--dump' and '--output' do not go together");
+    }
+    if (!options.files.empty()) return true;
+    if (options.provocation != Provocation::NONE && options.output.empty()) return true;
+    return fail("no FILE given");
+}
 
-const char* const HELP =
-    "Usage: device-import [OPTION...] FILE...\n"
-    "Reads lists of devices, checks every line and prints what is wrong with it,\n"
-    "then a summary for each FILE. A line reads UUID;NAME;LOCATION;LEVEL; blank\n"
-    "lines and lines that begin with '#' are skipped. FILE is in UTF-8, or with a\n"
-    "byte order mark in UTF-8, UTF-16 of either order or little-endian UCS-4.\n"
-    "\n"
-    "  --find=NAME      list the devices whose name contains NAME, which is given in\n"
-    "                   UTF-8 whatever the encoding of FILE; an empty NAME lists all\n"
-    "  --storage=KIND   acknowledge no error of a broken line, and leave it to an\n"
-    "                   error storage of KIND 'stdout', 'abort' or 'trace'\n"
-    "  --provoke=KIND   first bring about a report of KIND 'assert', 'warning',\n"
-    "                   'abort' or 'memory'; FILE may be left out then\n"
-    "  --timeout=MS     give up when no FILE came to its end for MS milliseconds,\n"
-    "                   60000 without this option\n"
-    "  --time           print how many lines were read in which time, after all else\n"
-    "  --trace=CHANNEL=LEVEL[,...]\n"
-    "                   trace to standard error: set the level of each CHANNEL, and of\n"
-    "                   those below it, to 'trace', 'debug', 'info', 'warning',\n"
-    "                   'error', 'fatal' or 'off', or to the one above it by 'none';\n"
-    "                   'disabled' and 'default' are as 'off'. CHANNEL is 'import',\n"
-    "                   'import_queue' or 'list'; others have no effect. A channel\n"
-    "                   without a LEVEL has that of the one above, at first 'warning'\n"
-    "  -h, --help       print this help and exit\n"
-    "\n"
-    "The exit status is 0 if every line was imported, 1 if a line was rejected or a\n"
-    "FILE could not be read, and 2 if the program was used in a wrong way.\n";
+} // namespace
 
 bool parseOptions(int argc, char* argv[], Options& options)
 {
@@ -206,9 +203,8 @@ bool parseOptions(int argc, char* argv[], Options& options)
         if (options.help) return true;
     }
     options.files.assign(argv + optind, argv + argc);
-    if (options.files.empty() && options.provocation == Provocation::NONE)
-        return fail("no FILE given");
-    return true;
+    options.settings.keepDevices = !options.output.empty();
+    return checkFiles(options);
 }
 
 } // namespace deviceimport

@@ -31,6 +31,9 @@ struct Options
     Provocation provocation = Provocation::NONE;
     /// What is traced; nothing at all if it is empty.
     TraceLevels traceLevels;
+    /// The registry to write, and the one to print; empty for none.
+    std::string output;
+    std::string dump;
     std::vector<std::string> files;
 };
 

@@ -14,6 +14,8 @@
 #include "Handlers.h"
 #include "Importer.h"
 #include "Options.h"
+#include "Registry.h"
+#include "RegistryCommands.h"
 
 namespace {
 
@@ -54,32 +56,52 @@ void traceStart(const zelbase::TimePoint& start, std::size_t files)
                     static_cast<long long>(start.milliseconds()), "files: %zu", files);
 }
 
-deviceimport::ImportTotal importAll(const deviceimport::Options& options)
+deviceimport::ImportTotal importLists(const deviceimport::Options& options,
+                                      deviceimport::Registry& registry, zelbase::Duration& elapsed)
 {
     const zelbase::TimePoint start = zelbase::TimePoint::now();
     traceStart(start, options.files.size());
     const deviceimport::ImportTotal total =
-        deviceimport::importFiles(options.files, options.settings, options.timeout);
-    const zelbase::Duration elapsed = zelbase::TimePoint::now() - start;
+        deviceimport::importFiles(options.files, options.settings, options.timeout, registry);
+    elapsed = zelbase::TimePoint::now() - start;
     if (s_import) ZEL_LOG(*s_import, Levels::LevelINFO, "lines: %lld", total.lines);
+    return total;
+}
+
+/// Returns whether every device came where it is to be.
+bool importAll(const deviceimport::Options& options)
+{
+    deviceimport::Registry registry;
+    zelbase::Duration elapsed;
+    const deviceimport::ImportTotal total = importLists(options, registry, elapsed);
+    const bool isSaved =
+        options.output.empty() || deviceimport::outputRegistry(options.output, registry.devices());
     if (options.time) {
         std::printf("%lld lines in %lld ms\n", total.lines,
                     static_cast<long long>(elapsed.milliseconds()));
     }
-    return total;
+    if (!total.threadsLeft) delete s_client;
+    return total.clean && isSaved;
+}
+
+bool dump(const deviceimport::Options& options)
+{
+    const bool isSound = deviceimport::dumpRegistry(options.dump);
+    delete s_client;
+    return isSound;
 }
 
 int run(const deviceimport::Options& options)
 {
     deviceimport::installNewHandler();
+    deviceimport::ignoreSizeSignal();
     startTracing(options.traceLevels);
     if (options.provocation != deviceimport::Provocation::NONE) {
         deviceimport::registerHandlers();
         deviceimport::provoke(options.provocation);
     }
-    const deviceimport::ImportTotal total = importAll(options);
-    if (!total.threadsLeft) delete s_client;
-    return total.clean ? ALL_IMPORTED : NOT_ALL_IMPORTED;
+    const bool isDone = options.dump.empty() ? importAll(options) : dump(options);
+    return isDone ? ALL_IMPORTED : NOT_ALL_IMPORTED;
 }
 
 /// Returns `status`, unless standard output did not take all that was written to it.

@@ -41,7 +41,8 @@ public:
     BinBuffer& operator=(const BinBuffer&) = delete;
 
 protected:
-    /// Writes what is pending and flushes the binary stream, not deeply. Returns 0, or -1.
+    /// Writes what is pending and flushes the binary stream, not deeply. Returns 0, or -1. What a
+    /// stream without a buffer does not take at once is lost.
     int sync() override;
     /// Returns the next byte, or the end of file.
     int underflow() override;

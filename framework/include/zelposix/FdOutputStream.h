@@ -37,6 +37,9 @@ public:
     /// true if it was the descriptor that took nothing.
     ~FdOutputStream() override;
 
+    /// Drops what is in the buffer, so that nothing is left to write: for output that is given up.
+    void discard() { writePos = writeEnd = 0; }
+
 protected:
     bool performWrite(const void* data, unsigned int size, unsigned int& written) override;
     bool performFlush() override;

@@ -15,9 +15,15 @@
 
 namespace zel {
 
+/// Rows of `PosixError`, with their values.
+enum {
+    /// "%s failed: %s (errno %d)": const char* call, const char* text of the system, int errno.
+    POSIX_FAILED = 0,
+    /// "%s would block": const char* call; it is worth trying again later.
+    POSIX_WOULD_BLOCK = 1,
+};
+
 /// What a call of the operating system failed with.
-/// 0: "%s failed: %s (errno %d)", the call, the system's text and the value
-/// 1: "%s would block", the call; it is worth trying again later
 ZEL_EXPORT extern std::ErrorType PosixError;
 
 /// Returns whether the newest error of the calling thread, acknowledged or not, is the end of a

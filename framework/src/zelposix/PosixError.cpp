@@ -15,8 +15,8 @@ namespace zel {
 namespace {
 
 constexpr std::ErrorID POSIX_TABLE[] = {
-    {posixcore::POSIX_FAILED, "%s failed: %s (errno %d)", 3},
-    {posixcore::POSIX_WOULD_BLOCK, "%s would block", 1},
+    {POSIX_FAILED, "%s failed: %s (errno %d)", 3},
+    {POSIX_WOULD_BLOCK, "%s would block", 1},
 };
 
 /// Returns the newest error if it is one of a stream, else null.
@@ -40,8 +40,7 @@ bool wouldBlock()
 {
     const std::ErrorObject* const error = streamError();
     const std::ErrorObject* const cause = error == nullptr ? nullptr : error->m_cause;
-    return cause != nullptr && cause->equals(PosixError) &&
-           cause->id() == posixcore::POSIX_WOULD_BLOCK;
+    return cause != nullptr && cause->equals(PosixError) && cause->id() == POSIX_WOULD_BLOCK;
 }
 
 } // namespace zel

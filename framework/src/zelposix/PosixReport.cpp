@@ -28,9 +28,9 @@ int rowFor(int error)
 bool raiseFailure(const char* call, int error)
 {
     if (error == EAGAIN || error == EWOULDBLOCK)
-        ZEL_RAISE(zel::PosixError, POSIX_WOULD_BLOCK, call);
+        ZEL_RAISE(zel::PosixError, zel::POSIX_WOULD_BLOCK, call);
     else
-        ZEL_RAISE(zel::PosixError, POSIX_FAILED, call, std::strerror(error), error);
+        ZEL_RAISE(zel::PosixError, zel::POSIX_FAILED, call, std::strerror(error), error);
     ZEL_RAISE_ON(std::IBinStreamBase::StreamError, rowFor(error));
     errno = error;
     return true;

@@ -15,12 +15,6 @@ enum {
     STREAM_UNSUPPORTED = 3,
 };
 
-/// Rows of `zel::PosixError`.
-enum {
-    POSIX_FAILED = 0,
-    POSIX_WOULD_BLOCK = 1,
-};
-
 /// Raises what `call` failed with, and the row of `StreamError` that this comes to; `errno` is
 /// `error` then. Returns true, the failure of a stream's primitive.
 bool raiseFailure(const char* call, int error);

@@ -8,72 +8,28 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 
 #include <common/error/GlobalErrorHandler.h>
 #include <gtest/gtest.h>
 
+#include "support/ArrayMemory.h"
 #include "support/ChildProcess.h"
 #include "support/ScriptedFile.h"
 
-// The thread sanitizer's own allocator cannot be replaced.
-#ifdef __has_feature
-#if __has_feature(thread_sanitizer)
-#define FIXED_ALLOCATOR
-#endif
-#endif
-
-#ifndef FIXED_ALLOCATOR
-
 namespace {
 
-bool s_isExhausted = false;
-
-void* allocate(std::size_t size)
-{
-    return s_isExhausted ? nullptr : std::malloc(size);
-}
-
-} // namespace
-
-// In place of the system's, so that memory can run out also under the sanitizers.
-void* operator new[](std::size_t size)
-{
-    void* const block = allocate(size);
-    if (block == nullptr) std::abort();
-    return block;
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return allocate(size);
-}
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-
-#endif
-
-namespace {
-
+using std::filebuf_base;
 using std::GlobalErrorHandler;
+using support::arrayMemory;
 using support::BufferedFile;
 using support::ChildResult;
 using support::reportTitle;
 using support::runInChild;
 using support::ScriptedFile;
 
-constexpr int END_OF_FILE = std::char_traits<char>::eof();
 constexpr auto IN = std::ios_base::in;
 constexpr auto OUT = std::ios_base::out;
-constexpr auto BEG = std::ios_base::beg;
-constexpr auto CUR = std::ios_base::cur;
-constexpr auto END = std::ios_base::end;
 
 TEST(FilebufBuffer, Construction_MakesNone)
 {
@@ -95,6 +51,21 @@ TEST(FilebufBuffer, Creation_EmptyGetAreaAndNoPutArea)
     EXPECT_EQ(5u, file.bufferSize);
     EXPECT_EQ("|", file.getArea());
     EXPECT_EQ("none", file.putArea());
+    EXPECT_FALSE(file.userBuffer);
+}
+
+TEST(FilebufBuffer, Creation_LeavesAZeroForAResetBeforeAnyData)
+{
+    BufferedFile file(IN, 4);
+    file.give("", filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ(0, file.sgetc());
+}
+
+TEST(FilebufBuffer, Creation_IsAnOwnOne)
+{
+    ScriptedFile file(IN, 4);
+    file.userBuffer = true; // as a derived class may
+    file.createBuffer();
     EXPECT_FALSE(file.userBuffer);
 }
 
@@ -177,7 +148,7 @@ TEST(FilebufBuffer, Destructor_WritesAndClosesNothing)
     EXPECT_EQ("a+2", file.putArea());
 }
 
-#ifndef FIXED_ALLOCATOR
+#ifndef SUPPORT_FIXED_ARRAY_MEMORY
 
 std::string outOfMemory(const ChildResult& result)
 {
@@ -193,11 +164,11 @@ TEST(FilebufBuffer, WithoutMemory_HandlerFreesSome)
         GlobalErrorHandler::atOutOfMem([](const char* location, const char* reason) {
             fprintf(stderr, "[%s] [%s]\n", location, reason);
             static int s_calls = 0;
-            s_isExhausted = ++s_calls < 3;
+            arrayMemory.isExhausted = ++s_calls < 3;
             return true;
         });
         ScriptedFile file(IN, 4);
-        s_isExhausted = true;
+        arrayMemory.isExhausted = true;
         file.createBuffer();
         EXPECT_NE(nullptr, file.buffer);
         EXPECT_EQ("|", file.getArea());
@@ -216,7 +187,7 @@ TEST(FilebufBuffer, WithoutMemory_EndsTheProcess)
 {
     const ChildResult result = runInChild([] {
         ScriptedFile file(IN, 4);
-        s_isExhausted = true;
+        arrayMemory.isExhausted = true;
         file.createBuffer();
     });
     EXPECT_EQ(SIGABRT, result.signal);

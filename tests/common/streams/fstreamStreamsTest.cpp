@@ -5,9 +5,10 @@
 #include <common/streams/fstream.h>
 
 #include <cerrno>
+#include <cstring>
+#include <cwchar>
 #include <istream>
 #include <limits>
-#include <memory>
 #include <ostream>
 #include <string>
 
@@ -63,6 +64,34 @@ TEST(Filebuf, Sync_FailedFlush)
     EXPECT_EQ("+7", file.putArea());
     EXPECT_EQ(0, file.pubsync());
     EXPECT_EQ("write(a) flush() flush()", file.takeCalls());
+}
+
+TEST(Filebuf, Sync_FailedFlush_AnyResultButZero)
+{
+    BufferedFile file(OUT, 8);
+    file.failFlush(-1);
+    EXPECT_EQ(-1, file.pubsync());
+    file.failFlush(5);
+    EXPECT_EQ(-1, file.pubsync());
+    EXPECT_EQ(0, file.pubsync());
+}
+
+/// Refuses what is pending.
+struct OwnOverflow : BufferedFile
+{
+    using BufferedFile::BufferedFile;
+    int overflow(int c) override { return m_refuses ? END_OF_FILE : BufferedFile::overflow(c); }
+    bool m_refuses = false;
+};
+
+TEST(Filebuf, Sync_ReplacedOverflowIsAsked)
+{
+    OwnOverflow file(OUT, 8);
+    file.sputc('a');
+    file.m_refuses = true;
+    EXPECT_EQ(-1, file.pubsync());
+    EXPECT_EQ("", file.takeCalls());
+    EXPECT_EQ("a+6", file.putArea());
 }
 
 TEST(Filebuf, Sync_FailedWriteFlushesNothing)
@@ -187,6 +216,36 @@ TEST(Filebuf, Seek_Failed_ChangesNothing)
     EXPECT_EQ("w", file.state());
 }
 
+/// Keeps the position that a seek begins with, and fails.
+struct StuckFile : ScriptedFile
+{
+    using ScriptedFile::ScriptedFile;
+    int seekFile(long long, std::ios_base::seekdir, std::streampos& result) override
+    {
+        m_begin = result;
+        return 1;
+    }
+    std::streampos m_begin = 7;
+};
+
+bool isCleared(const std::mbstate_t& state)
+{
+    const std::mbstate_t cleared = {};
+    return std::memcmp(&cleared, &state, sizeof state) == 0;
+}
+
+TEST(Filebuf, Seek_PositionsHaveAClearedState)
+{
+    StuckFile file(IN, 8);
+    const std::streampos failed = file.pubseekoff(3, BEG);
+    EXPECT_EQ(std::streampos(-1), failed);
+    EXPECT_TRUE(isCleared(failed.state()));
+    EXPECT_EQ(std::streampos(0), file.m_begin);
+    EXPECT_TRUE(isCleared(file.m_begin.state()));
+    const std::streampos outOfRange = file.pubseekpos(3);
+    EXPECT_TRUE(isCleared(outOfRange.state()));
+}
+
 TEST(Filebuf, Seek_WithoutABuffer)
 {
     ScriptedFile file(IN, 8);
@@ -214,6 +273,19 @@ TEST(FilebufStream, Output_FailuresAreBad)
     EXPECT_EQ(std::ios_base::badbit, stream.rdstate());
     stream.clear();
     file.failFlush();
+    stream.flush();
+    EXPECT_EQ(std::ios_base::badbit, stream.rdstate());
+}
+
+TEST(FilebufStream, Output_FailedFlushIsBadWhateverItsResult)
+{
+    BufferedFile file(OUT, 8);
+    std::ostream stream(&file);
+    file.failFlush(-1);
+    stream.flush();
+    EXPECT_EQ(std::ios_base::badbit, stream.rdstate());
+    stream.clear();
+    file.failFlush(5);
     stream.flush();
     EXPECT_EQ(std::ios_base::badbit, stream.rdstate());
 }

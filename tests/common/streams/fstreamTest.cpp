@@ -2,16 +2,13 @@
 
 #include <common/streams/fstream.h>
 
-#include <cerrno>
 #include <memory>
 #include <string>
 #include <type_traits>
 
-#include <common/error/ErrorStorage.h>
 #include <gtest/gtest.h>
 
 #include "support/ChildProcess.h"
-#include "support/OpenStorage.h"
 #include "support/ScriptedFile.h"
 
 namespace {
@@ -19,7 +16,6 @@ namespace {
 using std::filebuf_base;
 using support::BufferedFile;
 using support::ChildResult;
-using support::OpenStorage;
 using support::reportTitle;
 using support::runInChild;
 using support::ScriptedFile;
@@ -173,6 +169,99 @@ TEST(Filebuf, FailedRead_WhatItGaveIsReadable)
     EXPECT_EQ("r", file.state());
 }
 
+TEST(Filebuf, FailedRead_AnyResultButZero)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("ab");
+    file.sgetc();
+    skipGetArea(file);
+    file.give("", 0, 1);
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ("|", file.getArea());
+    EXPECT_EQ("", file.state());
+}
+
+TEST(Filebuf, FailedRead_ClearsThePutArea)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.sputc('x');
+    file.writing = false; // as a derived class may
+    file.give("", 0, -1);
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ("|", file.getArea());
+}
+
+/// Fails without a word on how many bytes it has read.
+struct MuteFile : BufferedFile
+{
+    using BufferedFile::BufferedFile;
+    int readBlock(char*, unsigned int, int&) override { return -1; }
+};
+
+TEST(Filebuf, FailedRead_CountNotTouched)
+{
+    MuteFile file(IN, 4);
+    file.reading = true;
+    EXPECT_EQ(END_OF_FILE, file.sgetc());
+    EXPECT_EQ("|", file.getArea());
+    EXPECT_EQ("", file.state());
+}
+
+/// Gives its buffer up while it is read.
+struct LeavingFile : BufferedFile
+{
+    LeavingFile(std::ios_base::openmode openMode, int toReport)
+        : BufferedFile(openMode, 4), m_count(toReport)
+    {}
+    int readBlock(char*, unsigned int, int& count) override
+    {
+        destroyBuffer();
+        count = m_count;
+        return 0;
+    }
+
+private:
+    int m_count;
+};
+
+TEST(Filebuf, Reading_PrimitiveGivesTheBufferUp)
+{
+    LeavingFile reset(IN, filebuf_base::RESET_WINDOWS);
+    EXPECT_EQ(END_OF_FILE, reset.sgetc());
+    EXPECT_EQ("none", reset.getArea());
+    EXPECT_EQ("none", reset.putArea());
+    LeavingFile counted(IN, 3);
+    EXPECT_EQ(END_OF_FILE, counted.sbumpc());
+    EXPECT_EQ("none", counted.getArea());
+    EXPECT_EQ(END_OF_FILE, counted.sbumpc());
+}
+
+/// Answers for the buffer that it is derived from.
+struct OwnUnderflow : BufferedFile
+{
+    using BufferedFile::BufferedFile;
+    int underflow() override
+    {
+        ++m_calls;
+        return m_isAtEnd ? END_OF_FILE : BufferedFile::underflow();
+    }
+    int m_calls = 0;
+    bool m_isAtEnd = false;
+};
+
+TEST(Filebuf, Uflow_ReplacedUnderflowIsAsked)
+{
+    OwnUnderflow file(IN, 4);
+    file.give("ab");
+    EXPECT_EQ('a', file.uflow());
+    EXPECT_EQ(1, file.m_calls);
+    file.m_isAtEnd = true;
+    EXPECT_EQ(END_OF_FILE, file.uflow());
+    EXPECT_EQ(2, file.m_calls);
+    EXPECT_EQ("a|b", file.getArea());
+}
+
 TEST(Filebuf, CountBeyondTheSizeIsAllOfIt)
 {
     BufferedFile file(IN, 4);
@@ -210,13 +299,6 @@ TEST(Filebuf, ResetWindows_ThroughTheCallsOfUsers)
     EXPECT_EQ(3, file.sgetn(text, 3));
     EXPECT_EQ("yyz", std::string(text, 3));
     EXPECT_EQ("z|", file.getArea());
-}
-
-TEST(Filebuf, ResetWindows_NewBufferHoldsAZero)
-{
-    BufferedFile file(IN, 4);
-    file.give("", filebuf_base::RESET_WINDOWS);
-    EXPECT_EQ(0, file.sgetc());
 }
 
 TEST(Filebuf, ResetWindows_WritingIsRefusedBehindIt)

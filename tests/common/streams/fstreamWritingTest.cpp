@@ -7,11 +7,39 @@
 #include <string>
 
 #include <common/error/ErrorStorage.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include "support/ChildProcess.h"
 #include "support/OpenStorage.h"
 #include "support/ScriptedFile.h"
+
+#ifndef __has_feature
+#define FREE_SLOTS
+#elif !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer)
+#define FREE_SLOTS
+#endif
+
+#ifdef FREE_SLOTS // the sanitizers ask for slots before there is a program
+
+namespace {
+
+bool s_spoilsErrno = false;
+
+} // namespace
+
+// In place of the system's: the library looks for the thread's errors with it.
+extern "C" void* pthread_getspecific(pthread_key_t key) noexcept
+{
+    using Function = void* (*)(pthread_key_t);
+    static const auto s_function =
+        reinterpret_cast<Function>(dlsym(RTLD_NEXT, "pthread_getspecific"));
+    if (s_spoilsErrno) errno = EBADF;
+    return s_function(key);
+}
+
+#endif
 
 namespace {
 
@@ -133,6 +161,57 @@ TEST(Filebuf, Writing_RefusesWhileReading)
     EXPECT_EQ('0', file.sputc('x'));
 }
 
+TEST(Filebuf, Writing_MakesTheGetAreaEmpty_FirstCharacter)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.give("ab");
+    file.sbumpc();
+    file.reading = false; // as a derived class may
+    EXPECT_EQ("a|b", file.getArea());
+    EXPECT_EQ('0', file.sputc('x'));
+    EXPECT_EQ("|", file.getArea());
+}
+
+TEST(Filebuf, Writing_MakesTheGetAreaEmpty_Drain)
+{
+    BufferedFile file(IN | OUT, 4);
+    file.sputc('x');
+    file.setg(file.buffer, file.buffer, file.buffer + 1); // as a derived class may
+    EXPECT_EQ("|x", file.getArea());
+    EXPECT_EQ('0', file.overflow('y'));
+    EXPECT_EQ("write(xy)", file.takeCalls());
+    EXPECT_EQ("|", file.getArea());
+}
+
+TEST(Filebuf, FailedWrite_NothingBehindTheBufferIsTouched)
+{
+    const OpenStorage storage;
+    support::startChain(3);
+    char block[5] = {'-', '-', '-', '-', '#'};
+    ScriptedFile file(OUT, 4, block);
+    file.sputn("abc", 3);
+    for (int i = 0; i < 100; ++i) {
+        file.failWrite(EIO);
+        EXPECT_EQ(END_OF_FILE, file.sputc('d'));
+    }
+    EXPECT_EQ("abcd#", std::string(block, 5));
+}
+
+TEST(Filebuf, FailedWrite_AnyResultButZero)
+{
+    const OpenStorage storage;
+    support::startChain(3);
+    BufferedFile file(OUT, 2);
+    file.sputc('a');
+    file.failWrite(EIO, 1);
+    EXPECT_EQ(END_OF_FILE, file.sputc('b'));
+    EXPECT_EQ("a+0", file.putArea());
+    BufferedFile alone(OUT, 1);
+    alone.failWrite(EIO, 1);
+    EXPECT_EQ(END_OF_FILE, alone.sputc('a'));
+    EXPECT_EQ("", alone.state());
+}
+
 TEST(Filebuf, FailedWrite_CharacterIsRefused)
 {
     const OpenStorage storage;
@@ -176,6 +255,22 @@ TEST(Filebuf, FailedWrite_SizeOfOne_Warns)
     EXPECT_EQ(0, result.exitCode) << result.out;
     EXPECT_EQ(warned(result, "Input/output error"), result.err);
 }
+
+#ifdef FREE_SLOTS
+
+TEST(Filebuf, FailedWrite_WarnsWithTheErrnoFromBeforeItAsksForErrors)
+{
+    const ChildResult result = runInChild([] {
+        BufferedFile file(OUT, 1);
+        file.failWrite(ENOSPC);
+        s_spoilsErrno = true;
+        EXPECT_EQ(END_OF_FILE, file.sputc('a'));
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(warned(result, "No space left on device"), result.err);
+}
+
+#endif
 
 TEST(Filebuf, FailedWrite_SilentWhileAnErrorIsPending)
 {
