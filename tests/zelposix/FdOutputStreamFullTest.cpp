@@ -5,6 +5,7 @@
 
 #include <zelposix/FdOutputStream.h>
 
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -123,10 +124,19 @@ TEST(FullDevice, StandardStreamIsBad)
     EXPECT_EQ("level 42", file.content());
 }
 
+/// Runs `body` in a child, for the limit is that of the whole process.
+void runAlone(const std::function<void()>& body)
+{
+    const ChildResult result = runInChild([&] {
+        const OpenStorage errors;
+        body();
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+}
+
 TEST(FileSizeLimit, Unbuffered_FailsAtOnceAndTellsTheCount)
 {
-    const ChildResult result = runInChild([] {
-        const OpenStorage errors;
+    runAlone([] {
         const File file;
         zel::FdOutputStream output(file, 0);
         limitFiles(6);
@@ -139,13 +149,11 @@ TEST(FileSizeLimit, Unbuffered_FailsAtOnceAndTellsTheCount)
         EXPECT_EQ("1 4", writeText(output, "6789"));
         EXPECT_EQ("0123456789", file.content());
     });
-    EXPECT_EQ(0, result.exitCode) << result.out;
 }
 
 TEST(FileSizeLimit, PastTheBuffer_TheRestIsStored)
 {
-    const ChildResult result = runInChild([] {
-        const OpenStorage errors;
+    runAlone([] {
         const File file;
         zel::FdOutputStream output(file, 8);
         limitFiles(6);
@@ -158,13 +166,11 @@ TEST(FileSizeLimit, PastTheBuffer_TheRestIsStored)
         EXPECT_FALSE(output.flush(false));
         EXPECT_EQ("0123456789", file.content());
     });
-    EXPECT_EQ(0, result.exitCode) << result.out;
 }
 
 TEST(FileSizeLimit, Flush_WritesTheRestLaterAndNothingTwice)
 {
-    const ChildResult result = runInChild([] {
-        const OpenStorage errors;
+    runAlone([] {
         const File file;
         zel::FdOutputStream output(file, 64);
         EXPECT_EQ("1 10", writeText(output, "0123456789"));
@@ -178,7 +184,6 @@ TEST(FileSizeLimit, Flush_WritesTheRestLaterAndNothingTwice)
         EXPECT_FALSE(output.flush(true));
         EXPECT_EQ("0123456789", file.content());
     });
-    EXPECT_EQ(0, result.exitCode) << result.out;
 }
 
 constexpr int NO_MOUNT = 77;

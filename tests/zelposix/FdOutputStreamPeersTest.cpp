@@ -27,7 +27,6 @@
 
 namespace {
 
-using support::ChildResult;
 using support::OpenStorage;
 using support::Pair;
 using support::Pipe;
@@ -71,23 +70,22 @@ void holdBack(int number)
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
-/// Runs `body` in a child that signals treat as they treat a program by default.
-ChildResult runAlone(const std::function<void()>& body)
+/// Runs `body` in a child that signals treat as they treat a program by default, and that must
+/// survive.
+void runAlone(const std::function<void()>& body)
 {
-    return support::runInChild([&] {
+    const support::ChildResult result = support::runInChild([&] {
         signal(SIGPIPE, SIG_DFL);
         const OpenStorage errors;
         body();
     });
+    EXPECT_EQ(0, result.signal);
+    EXPECT_EQ(0, result.exitCode) << result.out;
 }
-
-#define EXPECT_SUCCESS(result)                                                                     \
-    EXPECT_EQ(0, (result).signal);                                                                 \
-    EXPECT_EQ(0, (result).exitCode) << (result).out
 
 TEST(ClosedPipe, IsAnErrorAndNoSignal)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Pipe pipe;
         zel::FdOutputStream output(pipe.writer, 0);
         EXPECT_EQ("1 3", writeText(output, "abc"));
@@ -100,12 +98,11 @@ TEST(ClosedPipe, IsAnErrorAndNoSignal)
         EXPECT_EQ("", pending());
         EXPECT_EQ("", heldBack());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ClosedSocket, IsAnErrorAndNoSignal)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Sockets sockets;
         zel::FdOutputStream output(sockets.writer, 0);
         EXPECT_EQ("1 3", writeText(output, "abc"));
@@ -117,12 +114,11 @@ TEST(ClosedSocket, IsAnErrorAndNoSignal)
         EXPECT_EQ("", pending());
         EXPECT_EQ("", heldBack());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ClosedSocket, OwnSideThatIsShut)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         const Sockets sockets;
         shutdown(sockets.writer, SHUT_WR);
         zel::FdOutputStream output(sockets.writer, 0);
@@ -130,12 +126,11 @@ TEST(ClosedSocket, OwnSideThatIsShut)
         EXPECT_EQ(BROKEN, takeChain());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ClosedPipe, NotBlocking)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Pipe pipe(O_NONBLOCK);
         pipe.reader.close();
         zel::FdOutputStream output(pipe.writer, 0, false);
@@ -144,12 +139,11 @@ TEST(ClosedPipe, NotBlocking)
         EXPECT_EQ(BROKEN, takeChain());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ClosedPipe, FailedFlush_KeepsTheBytes)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Pipe closed;
         const Pipe open;
         closed.reader.close();
@@ -163,12 +157,11 @@ TEST(ClosedPipe, FailedFlush_KeepsTheBytes)
         EXPECT_FALSE(output.flush(true));
         EXPECT_EQ("abc", open.reader.take());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ClosedPipe, Destruction_SaysThatBytesAreLost)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Pipe pipe;
         pipe.reader.close();
         {
@@ -179,12 +172,11 @@ TEST(ClosedPipe, Destruction_SaysThatBytesAreLost)
         EXPECT_EQ(BROKEN, takeChain());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(PipeSignal, MaskIsAsBefore)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         holdBack(SIGUSR1);
         Pipe pipe;
         zel::FdOutputStream output(pipe.writer, 0);
@@ -195,22 +187,25 @@ TEST(PipeSignal, MaskIsAsBefore)
         EXPECT_EQ("10 ", heldBack());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
+}
+
+void writeToClosedPipe()
+{
+    Pipe pipe;
+    pipe.reader.close();
+    zel::FdOutputStream output(pipe.writer, 0);
+    EXPECT_EQ("-1 0", writeText(output, "abc"));
+    EXPECT_EQ(BROKEN, takeChain());
 }
 
 TEST(PipeSignal, HeldBackByTheCaller_StaysSoAndNoneIsAdded)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         holdBack(SIGPIPE);
-        Pipe pipe;
-        pipe.reader.close();
-        zel::FdOutputStream output(pipe.writer, 0);
-        EXPECT_EQ("-1 0", writeText(output, "abc"));
-        EXPECT_EQ(BROKEN, takeChain());
+        writeToClosedPipe();
         EXPECT_EQ("13 ", heldBack());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 /// Takes the SIGPIPE that waits.
@@ -223,72 +218,56 @@ void takePending()
     EXPECT_EQ(SIGPIPE, sigtimedwait(&set, nullptr, &atOnce));
 }
 
-/// Writes to a closed pipe while a signal waits that the caller holds back.
+/// Writes to a closed pipe while the signal waits already.
 void expectToStayPending()
 {
     EXPECT_EQ("13 ", pending());
-    Pipe pipe;
-    pipe.reader.close();
-    zel::FdOutputStream output(pipe.writer, 0);
-    EXPECT_EQ("-1 0", writeText(output, "abc"));
-    EXPECT_EQ(BROKEN, takeChain());
+    writeToClosedPipe();
     EXPECT_EQ("13 ", heldBack());
     EXPECT_EQ("13 ", pending());
 }
 
 TEST(PipeSignal, PendingOfTheThread_StaysPending)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         holdBack(SIGPIPE);
         pthread_kill(pthread_self(), SIGPIPE);
         expectToStayPending();
         takePending();
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(PipeSignal, PendingOfTheProcess_StaysPending)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         holdBack(SIGPIPE);
         kill(getpid(), SIGPIPE);
         expectToStayPending();
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(PipeSignal, Ignored)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         signal(SIGPIPE, SIG_IGN);
-        Pipe pipe;
-        pipe.reader.close();
-        zel::FdOutputStream output(pipe.writer, 0);
-        EXPECT_EQ("-1 0", writeText(output, "abc"));
-        EXPECT_EQ(BROKEN, takeChain());
+        writeToClosedPipe();
         EXPECT_EQ("", heldBack());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 volatile sig_atomic_t s_signals = 0;
 
 TEST(PipeSignal, HandlerIsNotCalled)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         signal(SIGPIPE, [](int) { s_signals = s_signals + 1; });
-        Pipe pipe;
-        pipe.reader.close();
-        zel::FdOutputStream output(pipe.writer, 0);
-        EXPECT_EQ("-1 0", writeText(output, "abc"));
-        EXPECT_EQ(BROKEN, takeChain());
+        writeToClosedPipe();
         EXPECT_EQ(0, s_signals);
         raise(SIGPIPE);
         EXPECT_EQ(1, s_signals);
     });
-    EXPECT_SUCCESS(result);
 }
 
 /// Writes more than `pair` holds while a thread reads one byte and goes: the call that has moved
@@ -309,7 +288,7 @@ std::string writeWhileTheReaderGoes(zel::FdOutputStream& output, Pair& pair)
 
 TEST(ReaderThatGoesMeanwhile, Pipe)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Pipe pipe;
         zel::FdOutputStream output(pipe.writer, 0);
         const std::string written = writeWhileTheReaderGoes(output, pipe);
@@ -320,12 +299,11 @@ TEST(ReaderThatGoesMeanwhile, Pipe)
         EXPECT_EQ(BROKEN, takeChain());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ReaderThatGoesMeanwhile, Pipe_BufferedIsTheFailureOfTheNextCall)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Pipe pipe;
         zel::FdOutputStream output(pipe.writer, 16);
         EXPECT_EQ("1 ", writeWhileTheReaderGoes(output, pipe).substr(0, 2));
@@ -334,12 +312,11 @@ TEST(ReaderThatGoesMeanwhile, Pipe_BufferedIsTheFailureOfTheNextCall)
         EXPECT_EQ(BROKEN, takeChain());
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 TEST(ReaderThatGoesMeanwhile, Socket)
 {
-    const ChildResult result = runAlone([] {
+    runAlone([] {
         Sockets sockets;
         zel::FdOutputStream output(sockets.writer, 0);
         const std::string written = writeWhileTheReaderGoes(output, sockets);
@@ -349,7 +326,6 @@ TEST(ReaderThatGoesMeanwhile, Socket)
         EXPECT_EQ("-1 0", writeText(output, "abc"));
         EXPECT_EQ("", pending());
     });
-    EXPECT_SUCCESS(result);
 }
 
 } // namespace

@@ -7,10 +7,7 @@
 #include <zelposix/FdOutputStream.h>
 
 #include <algorithm>
-#include <atomic>
-#include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -18,20 +15,20 @@
 #include <common/error/ErrorStorage.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <zelposix/PosixError.h>
 
 #include "support/Descriptors.h"
 #include "support/ErrorChain.h"
+#include "support/InterruptedThread.h"
 #include "support/OpenStorage.h"
 #include "support/ScriptedStreams.h"
 
 namespace {
 
 using support::chain;
+using support::InterruptedThread;
 using support::OpenStorage;
 using support::Pair;
 using support::Pipe;
@@ -217,56 +214,13 @@ TEST(NotBlocking, DestructionWritesWhatFits)
     EXPECT_EQ("", chain());
 }
 
-std::atomic<unsigned int> s_handledSignals{0};
-
-/// A thread whose calls are interrupted: SIGUSR1 has a handler, and calls are not made again by
-/// themselves.
-class InterruptedThread
-{
-public:
-    explicit InterruptedThread(const std::function<void()>& body)
-    {
-        struct sigaction action
-        {};
-        action.sa_handler = [](int) { ++s_handledSignals; };
-        sigaction(SIGUSR1, &action, &m_before);
-        m_thread = std::thread([this, body] {
-            body();
-            m_isOver = true;
-        });
-    }
-    ~InterruptedThread() { sigaction(SIGUSR1, &m_before, nullptr); }
-    InterruptedThread(const InterruptedThread&) = delete;
-    InterruptedThread& operator=(const InterruptedThread&) = delete;
-
-    /// Has the thread handle a signal, if it is not over. Many in a row leave it no time to be
-    /// elsewhere than in the call that it waits in. Sent until it is seen, as a sanitizer may put
-    /// a signal off until the next one ends the call.
-    void interrupt()
-    {
-        const unsigned int before = s_handledSignals;
-        while (s_handledSignals == before && !m_isOver) {
-            pthread_kill(m_thread.native_handle(), SIGUSR1);
-            sched_yield();
-        }
-    }
-    void join() { m_thread.join(); }
-
-private:
-    std::atomic<bool> m_isOver{false};
-    std::thread m_thread;
-    struct sigaction m_before
-    {};
-};
-
 void interruptReader(Pair& pair)
 {
     std::string arrived;
     InterruptedThread reader([&] { arrived = readAll(pair.reader); });
     const std::string bytes = numberedLines(60000); // a pipe holds it if the reader fails
     for (size_t done = 0; done < bytes.size(); done += 1000) {
-        for (int i = 0; i < 10; ++i)
-            reader.interrupt();
+        reader.interrupt(10);
         EXPECT_EQ(1000, write(pair.writer, bytes.data() + done, 1000));
     }
     pair.writer.close();
@@ -313,8 +267,7 @@ void interruptWriter(Pair& pair, size_t size)
     std::string block(5000, '?');
     ssize_t count = 1;
     while (count > 0) {
-        for (int i = 0; i < 10; ++i)
-            writer.interrupt();
+        writer.interrupt(10);
         count = read(pair.reader, block.data(), block.size());
         arrived.append(block, 0, static_cast<size_t>(std::max<ssize_t>(count, 0)));
     }

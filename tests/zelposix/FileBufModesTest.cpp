@@ -4,12 +4,9 @@
 
 #include <zelposix/FileBuf.h>
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 
 #include <common/error/ErrorStorage.h>
 #include <fcntl.h>
@@ -18,13 +15,13 @@
 #include <unistd.h>
 
 #include "support/FileFixture.h"
+#include "support/InterruptedThread.h"
 #include "support/OpenStorage.h"
 
 namespace {
 
 using std::ErrorStorage;
 using std::ios_base;
-using support::OpenStorage;
 
 constexpr auto IN = ios_base::in;
 constexpr auto OUT = ios_base::out;
@@ -34,8 +31,6 @@ constexpr auto ATE = ios_base::ate;
 constexpr auto BINARY = ios_base::binary;
 
 constexpr uid_t NOBODY = 65534;
-constexpr int OPENED = 'o';
-constexpr int SIGNALLED = 's';
 
 class FileBufModes : public support::FileFixture
 {
@@ -220,6 +215,8 @@ TEST_F(FileBufModes, NullName_IsABadAddress)
     zel::FileBuf file;
     EXPECT_TRUE(file.open(nullptr, IN) == nullptr);
     EXPECT_EQ("1 open failed: Bad address (errno 14)", takeError());
+    EXPECT_TRUE(file.open(nullptr, OUT) == nullptr);
+    EXPECT_EQ("1 open failed: Bad address (errno 14)", takeError());
     EXPECT_FALSE(file.is_open());
 }
 
@@ -263,48 +260,19 @@ TEST_F(FileBufModes, Permissions_OfAFileThatIsThere_Stay)
     EXPECT_EQ(0600U, status.st_mode & 07777);
 }
 
-/// The end to which signals and the opening of the pipe are told.
-int s_told = -1;
-
-void tell(char what)
-{
-    if (::write(s_told, &what, 1) != 1) std::abort();
-}
-
-/// Has `thread` interrupted `count` times, one signal after the other. Returns SIGNALLED, or what
-/// the thread told meanwhile.
-int interrupt(std::thread& thread, int count, int end)
-{
-    char what = SIGNALLED;
-    for (int done = 0; done < count && what == SIGNALLED; ++done) {
-        pthread_kill(thread.native_handle(), SIGUSR1);
-        if (::read(end, &what, 1) != 1) std::abort();
-    }
-    return what;
-}
-
 TEST_F(FileBufModes, Pipe_OutlastsSignals)
 {
     ASSERT_EQ(0, mkfifo(name(), 0600));
-    int told[2];
-    ASSERT_EQ(0, pipe(told));
-    s_told = told[1];
-    struct sigaction action = {}; // without SA_RESTART
-    action.sa_handler = [](int) { tell(SIGNALLED); };
-    ASSERT_EQ(0, sigaction(SIGUSR1, &action, nullptr));
     zel::FileBuf writer;
-    std::thread opener([&] {
-        const OpenStorage errors;
-        writer.open(name(), ios_base::out);
-        tell(OPENED);
+    support::InterruptedThread opener([&] {
+        const support::OpenStorage errors;
+        writer.open(name(), OUT);
     });
-    EXPECT_EQ(SIGNALLED, interrupt(opener, 500, told[0]));
-    const int reader = ::open(name(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    opener.interrupt(500);
+    EXPECT_FALSE(opener.isOver());
+    const support::Descriptor reader(::open(name(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     opener.join();
     EXPECT_TRUE(writer.is_open());
-    close(reader);
-    close(told[0]);
-    close(told[1]);
 }
 
 } // namespace
