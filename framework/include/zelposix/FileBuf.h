@@ -77,6 +77,7 @@ private:
     static constexpr int NO_FILE = -1;
 
     ZEL_LOCAL bool writePending();
+    ZEL_LOCAL int release();
 
     int m_fd = NO_FILE;
     /// How a closed peer is kept from sending SIGPIPE, a value of the private `DescriptorKind`.

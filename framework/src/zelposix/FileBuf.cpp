@@ -88,7 +88,7 @@ FileBuf* FileBuf::open(const char* name, ios_base::openmode openMode)
     createBuffer();
     std::streampos end;
     if ((openMode & ios_base::ate) == 0 || seekFile(0, ios_base::end, end) == 0) return this;
-    closeFile();
+    release();
     return nullptr;
 }
 
@@ -96,7 +96,7 @@ FileBuf* FileBuf::close()
 {
     if (!is_open()) return nullptr;
     const bool isWritten = writePending();
-    const bool isClosed = closeFile() == 0;
+    const bool isClosed = release() == 0;
     return isWritten && isClosed ? this : nullptr;
 }
 
@@ -164,6 +164,12 @@ int FileBuf::flushFile()
 }
 
 int FileBuf::closeFile()
+{
+    return release();
+}
+
+/// Closes the file and forgets all about it. Returns 0 for success.
+int FileBuf::release()
 {
     const int error = posixcore::closeOnce(m_fd);
     m_fd = NO_FILE;
