@@ -38,8 +38,11 @@ public:
 
     FixedText& append(const char* text)
     {
-        if (text == nullptr) m_failed = true;
-        return m_failed ? *this : append(text, std::strlen(text));
+        if (m_failed || text == nullptr) {
+            m_failed = true;
+            return *this;
+        }
+        return append(text, std::strlen(text));
     }
 
     FixedText& append(int number)
