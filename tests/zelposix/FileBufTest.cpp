@@ -24,6 +24,7 @@ using support::END_OF_FILE;
 class OpenFileBuf : public zel::FileBuf
 {
 public:
+    using FileBuf::closeFile;
     using FileBuf::FileBuf;
     using filebuf_base::buffer;
 };
@@ -44,6 +45,18 @@ TEST_F(FileBuf, Open_AndClose)
     EXPECT_EQ(-1, descriptorOf(m_name));
     EXPECT_EQ("abc", content());
     EXPECT_FALSE(ErrorStorage::isError(true));
+}
+
+TEST_F(FileBuf, CloseFile_DropsWhatIsPending)
+{
+    OpenFileBuf file;
+    ASSERT_TRUE(file.open(name(), ios_base::out) != nullptr);
+    file.sputn("abc", 3);
+    EXPECT_EQ(0, file.closeFile());
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(-1, descriptorOf(m_name));
+    EXPECT_EQ("", content());
+    EXPECT_EQ(END_OF_FILE, file.sputc('d'));
 }
 
 TEST_F(FileBuf, Open_WhileOpen_ChangesAndRaisesNothing)

@@ -255,13 +255,13 @@ TEST(GrowingMemory, TotalBeyond32Bits_IsRefusedWithMemory)
 
 std::optional<FailingMalloc> s_exhausted;
 
-/// Tells of the report; gives the memory back if `GIVES_BACK`.
-template <bool GIVES_BACK>
+/// Gives the memory back, tells of the report and says whether it was dealt with.
+template <bool IS_DEALT_WITH>
 bool tellOfMemory(const char*, const char* reason)
 {
-    if (GIVES_BACK) s_exhausted.reset();
+    s_exhausted.reset();
     std::fprintf(stderr, "[%s]\n", reason);
-    return GIVES_BACK;
+    return IS_DEALT_WITH;
 }
 
 TEST(FileBufExhaustion, Open_GoesOnWhenTheHandlerHasMadeRoom)
@@ -281,7 +281,7 @@ TEST(FileBufExhaustion, Open_GoesOnWhenTheHandlerHasMadeRoom)
     EXPECT_EQ("[cannot allocate file buffer]\n", result.err);
 }
 
-TEST(FileBufExhaustion, Open_EndsTheProcessWhenNobodyHas)
+TEST(FileBufExhaustion, Open_EndsTheProcessWhenNobodyDealsWithIt)
 {
     const ChildResult result = support::runInChild([] {
         const OpenStorage errors;

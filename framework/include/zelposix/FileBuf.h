@@ -71,6 +71,7 @@ protected:
     int seekFile(long long offset, std::ios_base::seekdir dir, std::streampos& result) override;
     /// Does nothing: what is written is the system's already.
     int flushFile() override;
+    /// Closes the file without writing what is pending.
     int closeFile() override;
 
 private:

@@ -272,6 +272,29 @@ TEST(Filebuf, FailedWrite_WarnsWithTheErrnoFromBeforeItAsksForErrors)
 
 #endif
 
+/// Gives up writing when it writes.
+struct OneWrite : BufferedFile
+{
+    using BufferedFile::BufferedFile;
+
+protected:
+    int writeBlock(const char* data, unsigned int size, unsigned int& written) override
+    {
+        mode = IN;
+        return BufferedFile::writeBlock(data, size, written);
+    }
+};
+
+TEST(Filebuf, Writing_ModeGivenUpByAWrite_LeavesNoPutArea)
+{
+    OneWrite file(OUT, 4);
+    file.sputn("ab", 2);
+    EXPECT_EQ(0, file.pubsync());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ(END_OF_FILE, file.sputc('c'));
+    EXPECT_EQ("write(ab) flush()", file.takeCalls());
+}
+
 TEST(Filebuf, FailedWrite_SilentWhileAnErrorIsPending)
 {
     const ChildResult result = runInChild([] {
