@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ControlSocket.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <zelbase/time.h>
+
+#include "ControlProtocol.h"
+#include "CurrentThread.h"
+#include "Fork.h"
+#include "SignalGuard.h"
+
+namespace tracing {
+namespace impl {
+
+namespace {
+
+constexpr mode_t OWNER_ALONE = S_IRUSR | S_IWUSR;
+constexpr int NOBODY = -1;
+/// A tool that has not taken its answer after so long is hung up on.
+constexpr zelbase::Duration PATIENCE{1000};
+constexpr int FOR_EVER = -1;
+/// Milliseconds until the system is asked again for a descriptor that it did not have.
+constexpr int CROWDED_PAUSE = 100;
+
+/// Fills the address of a socket's path. Returns false if the path is too long.
+bool addressOf(const std::string& path, sockaddr_un& address)
+{
+    address = {};
+    address.sun_family = AF_UNIX;
+    if (path.empty() || path.size() >= sizeof address.sun_path) return false;
+    std::memcpy(address.sun_path, path.data(), path.size());
+    return true;
+}
+
+const sockaddr* generic(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+int makeSocket()
+{
+    return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+}
+
+/// Returns whether there is a socket of the process's user that nobody serves.
+bool isAbandoned(const sockaddr_un& address)
+{
+    struct stat status;
+    if (lstat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
+    if (status.st_uid != geteuid()) return false;
+    const int fd = makeSocket();
+    const bool isRefused =
+        connect(fd, generic(address), sizeof address) != 0 && errno == ECONNREFUSED;
+    close(fd);
+    return isRefused;
+}
+
+/// Returns whether the tool at the other end may control the process.
+bool isAllowed(int fd)
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
+    return peer.uid == geteuid() || peer.uid == 0;
+}
+
+} // namespace
+
+ControlSocket::ControlSocket(RemoteTarget& target, std::shared_ptr<Watchers> watchers)
+    : m_target(target), m_watchers(std::move(watchers)), m_generation(forkGeneration())
+{
+    m_connections.reserve(MAX_CONNECTIONS);
+}
+
+ControlSocket::~ControlSocket()
+{
+    const bool isOurs = forkGeneration() == m_generation;
+    if (m_thread != nullptr && isOurs) {
+        const char byte = 0;
+        while (write(m_wakeUp[1], &byte, 1) == -1 && errno == EINTR) {}
+        m_thread->join();
+    }
+    if (!isOurs) static_cast<void>(m_thread.release()); // it is not in this process
+    while (!m_connections.empty())
+        hangUp(m_connections.size() - 1);
+    struct stat status;
+    const bool isThere = isOurs && m_inode != 0 && lstat(m_path.c_str(), &status) == 0;
+    if (isThere && status.st_dev == m_device && status.st_ino == m_inode) unlink(m_path.c_str());
+    for (const int fd : {m_listening, m_wakeUp[0], m_wakeUp[1]})
+        if (fd != NOBODY) close(fd);
+}
+
+bool ControlSocket::open(const std::string& path, std::string& reason)
+{
+    if (bindTo(path) && start()) return true;
+    const int error = errno;
+    if (m_listening != NOBODY) close(m_listening);
+    m_listening = NOBODY;
+    errno = error;
+    reason = std::generic_category().message(errno);
+    return false;
+}
+
+bool ControlSocket::bindTo(const std::string& path)
+{
+    sockaddr_un address;
+    if (!addressOf(path, address)) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    m_listening = makeSocket();
+    if (m_listening == NOBODY) return false;
+    if (fchmod(m_listening, OWNER_ALONE) != 0) return false; // before anybody can connect
+    if (isAbandoned(address)) unlink(address.sun_path);
+    if (bind(m_listening, generic(address), sizeof address) != 0) return false;
+    m_path = path;
+    struct stat status;
+    if (lstat(address.sun_path, &status) != 0) return false;
+    m_device = status.st_dev;
+    m_inode = status.st_ino;
+    return listen(m_listening, MAX_CONNECTIONS) == 0;
+}
+
+bool ControlSocket::start()
+{
+    if (pipe2(m_wakeUp, O_CLOEXEC) != 0) return false;
+    const SignalGuard guard;
+    try {
+        m_thread = std::make_unique<std::thread>([this] { serve(); });
+    } catch (const std::system_error& error) {
+        errno = error.code().value();
+        return false;
+    }
+    return true;
+}
+
+void ControlSocket::serve()
+{
+    markOwnThread();
+    for (;;) {
+        try {
+            if (!serveOnce()) return;
+        } catch (const std::exception&) { // no memory, or a callback's
+            while (!m_connections.empty())
+                hangUp(m_connections.size() - 1);
+        }
+    }
+}
+
+/// Waits for work and does it. Returns false for the end.
+bool ControlSocket::serveOnce()
+{
+    Events events;
+    if (!waitForWork(events)) return false;
+    for (std::size_t place = m_connections.size(); place-- > 0;)
+        if (events[place + 2].revents != 0 && !receive(m_connections[place])) hangUp(place);
+    if (events[1].revents != 0) accept();
+    return true;
+}
+
+/// Waits for the end, a new tool, or one that sends. Returns false for the end.
+bool ControlSocket::waitForWork(Events& events)
+{
+    const bool isFull = m_connections.size() == MAX_CONNECTIONS;
+    events.fill({NOBODY, 0, 0});
+    events[0] = {m_wakeUp[0], POLLIN, 0};
+    events[1] = {isFull || m_isCrowded ? NOBODY : m_listening, POLLIN, 0};
+    for (std::size_t place = 0; place < m_connections.size(); ++place)
+        events[place + 2] = {m_connections[place].fd, POLLIN, 0};
+    while (poll(events.data(), events.size(), m_isCrowded ? CROWDED_PAUSE : FOR_EVER) == -1)
+        if (errno != EINTR) return false;
+    m_isCrowded = false;
+    return events[0].revents == 0;
+}
+
+void ControlSocket::accept()
+{
+    const int fd = accept4(m_listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fd == NOBODY) {
+        m_isCrowded = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS;
+        return;
+    }
+    if (isAllowed(fd))
+        m_connections.push_back({fd, {}, false});
+    else
+        close(fd);
+}
+
+/// Sends all of `text`. Returns whether the tool has taken it in time, and nobody ends the thread.
+bool ControlSocket::sendAll(int fd, std::string_view text) const
+{
+    const zelbase::TimePoint deadline = zelbase::TimePoint::now() + PATIENCE;
+    while (!text.empty()) {
+        const ssize_t count = send(fd, text.data(), text.size(), MSG_NOSIGNAL);
+        if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+        if (count > 0 || (count == -1 && errno == EINTR)) continue;
+        if (count == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) return false;
+        const zelbase::Duration rest = deadline - zelbase::TimePoint::now();
+        pollfd waited[] = {{fd, POLLOUT, 0}, {m_wakeUp[0], POLLIN, 0}};
+        if (rest <= zelbase::Duration()) return false;
+        poll(waited, 2, static_cast<int>(rest.milliseconds()));
+        if (waited[1].revents != 0) return false;
+    }
+    return true;
+}
+
+/// Takes what the tool has sent, and answers the requests in it. Returns whether to go on.
+bool ControlSocket::receive(Connection& connection)
+{
+    char bytes[MAX_REQUEST];
+    const ssize_t count = recv(connection.fd, bytes, sizeof bytes, MSG_DONTWAIT);
+    if (count == -1) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+    if (count == 0) return false;
+    connection.request.append(bytes, static_cast<std::size_t>(count));
+    for (std::size_t end = 0; (end = connection.request.find('\n')) != std::string::npos;) {
+        const std::string request = connection.request.substr(0, end);
+        connection.request.erase(0, end + 1);
+        if (!answer(connection, request)) return false;
+    }
+    if (connection.request.size() <= MAX_REQUEST) return true;
+    sendAll(connection.fd, ANSWER_TOO_LONG);
+    return false;
+}
+
+bool ControlSocket::answer(Connection& connection, const std::string& request)
+{
+    if (connection.isWatching) return false; // whoever watches has no more to ask
+    if (request != WATCH_REQUEST) return sendAll(connection.fd, answerTo(request, m_target));
+    connection.isWatching = true;
+    m_watchers->add(connection.fd, ANSWER_OK); // nothing comes in between
+    return true;
+}
+
+void ControlSocket::hangUp(std::size_t place)
+{
+    const int fd = m_connections[place].fd;
+    m_watchers->remove(fd);
+    close(fd);
+    m_connections.erase(m_connections.begin() + static_cast<std::ptrdiff_t>(place));
+}
+
+} // namespace impl
+} // namespace tracing

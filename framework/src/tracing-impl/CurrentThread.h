@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a message says of the thread that logs it.
+
+#ifndef TRACINGIMPL_SRC_TRACINGIMPL_CURRENTTHREAD_H
+#define TRACINGIMPL_SRC_TRACINGIMPL_CURRENTTHREAD_H
+
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace tracing {
+namespace impl {
+
+/// Returns the kernel's id of the calling thread. Asks the system once in each thread.
+pid_t currentThreadId();
+
+/// Gives the calling thread a name, of which the first 31 bytes are kept; "" for none.
+void nameCurrentThread(std::string_view name);
+/// Returns that name. Valid until the thread has another one, or ends.
+std::string_view currentThreadName();
+
+/// Tell the threads of this library from those of the program.
+void markOwnThread();
+bool isOwnThread();
+
+} // namespace impl
+} // namespace tracing
+
+#endif // TRACINGIMPL_SRC_TRACINGIMPL_CURRENTTHREAD_H

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Tells a process that was forked off from the one that it was forked off from.
+
+#ifndef TRACINGIMPL_SRC_TRACINGIMPL_FORK_H
+#define TRACINGIMPL_SRC_TRACINGIMPL_FORK_H
+
+namespace tracing {
+namespace impl {
+
+/// Returns a number that is another one in every process forked off since the first call. Any
+/// thread; costs no call of the system.
+unsigned int forkGeneration();
+
+} // namespace impl
+} // namespace tracing
+
+#endif // TRACINGIMPL_SRC_TRACINGIMPL_FORK_H

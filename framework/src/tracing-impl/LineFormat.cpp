@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "LineFormat.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include <common/tracing/Levels.h>
+
+#include "LocalTime.h"
+#include "Printable.h"
+
+namespace tracing {
+namespace impl {
+
+namespace {
+
+constexpr const char* HEX_DIGITS = "0123456789abcdef";
+constexpr unsigned int NANOSECONDS_OF_A_MICROSECOND = 1000;
+
+void appendBytes(std::string& out, std::string_view bytes)
+{
+    for (const char c : bytes.substr(0, MAX_SHOWN_BYTES)) {
+        const auto byte = static_cast<unsigned char>(c);
+        out += ' ';
+        out += HEX_DIGITS[byte >> 4];
+        out += HEX_DIGITS[byte & 0xF];
+    }
+    if (bytes.size() > MAX_SHOWN_BYTES) out += " ...";
+}
+
+} // namespace
+
+std::string levelName(short level)
+{
+    if (level < Levels::LevelTRACE || level > Levels::LevelDEFAULT) return std::to_string(level);
+    return Levels::NAMES[level];
+}
+
+void appendTime(std::string& out, const Message& message, const TimeZones& zones)
+{
+    const long long seconds = localSeconds(message.time.tv_sec);
+    const auto nanoseconds = static_cast<unsigned int>(message.time.tv_nsec);
+    const unsigned int microseconds = nanoseconds / NANOSECONDS_OF_A_MICROSECOND % 1000000;
+    char fraction[sizeof ".000000"];
+    std::snprintf(fraction, sizeof fraction, ".%06u", microseconds);
+    appendDate(out, seconds);
+    out += ' ';
+    appendClock(out, seconds);
+    out += fraction;
+    zones.append(out, seconds);
+}
+
+void appendThread(std::string& out, const Message& message)
+{
+    out += '[' + std::to_string(message.threadId);
+    if (!message.threadName.empty()) {
+        out += ' ';
+        appendPrintable(out, message.threadName);
+    }
+    out += ']';
+}
+
+void appendBody(std::string& out, const Message& message)
+{
+    if (message.hasStamp) out += "@" + std::to_string(message.stamp) + " ";
+    const std::string size = std::to_string(message.payload.size());
+    if (message.isRaw) out += "type " + std::to_string(message.messageType) + ", ";
+    if ((message.modifiers & Modifiers::OBFUSCATE) != 0) {
+        out += size + " bytes, obfuscated";
+    } else if (message.isRaw) {
+        out += size + " bytes:";
+        appendBytes(out, message.payload);
+    } else {
+        appendPrintable(out, message.payload);
+    }
+}
+
+void appendRest(std::string& out, const Message& message)
+{
+    appendPrintable(out, message.path);
+    out += ' ';
+    appendThread(out, message);
+    out += ' ';
+    appendBody(out, message);
+}
+
+std::string lineOf(const Message& message, const TimeZones& zones)
+{
+    std::string line;
+    appendTime(line, message, zones);
+    line += ' ' + levelName(message.level) + ' ';
+    appendRest(line, message);
+    line += '\n';
+    return line;
+}
+
+} // namespace impl
+} // namespace tracing

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "StderrSink.h"
+
+#include <unistd.h>
+
+#include "../zelposix/Descriptor.h"
+#include "CallerGuard.h"
+#include "LineFormat.h"
+
+namespace tracing {
+namespace impl {
+
+void writeToStderr(std::string_view text)
+{
+    const CallerGuard guard;
+    const int fd = STDERR_FILENO;
+    const auto size = static_cast<unsigned int>(text.size());
+    posixcore::writeSome(posixcore::PIPE, fd, text.data(), size, true);
+}
+
+void complain(const std::string& text)
+{
+    writeToStderr("tracing: " + text + "\n");
+}
+
+void StderrSink::write(const Message& message)
+{
+    writeToStderr(lineOf(message, m_zones));
+}
+
+} // namespace impl
+} // namespace tracing
