@@ -154,26 +154,3 @@ run find-nothing --find büro odd-utf-16le.csv
 run find-storage --storage=stdout --find ürko odd-utf-16le.csv
 run find-not-utf-8 --find=$'B\374ro' clean.csv
 run find-missing-argument clean.csv --find
-
-run trace --trace import=info --trace=list=debug /dev/stdin < <(records)
-run trace-inherited --trace import=debug clean.csv
-run trace-own-level --trace import=debug,import_queue=warning clean.csv
-run trace-none --trace import=debug,import_queue=none clean.csv
-run trace-last --trace import=debug --trace list=off,import=off,list=info clean.csv
-run trace-default --trace import_queue_more=trace,lis=trace,list_=trace /dev/stdin < <(records)
-run trace-off --trace import=off,list=off missing.csv
-run trace-fatal --trace import=warning,list=fatal missing.csv
-run trace-failure --trace import=warning --timeout=20 /dev/stdin <&"$silence"
-run trace-failure-own-level --trace import_queue=off --timeout=20 /dev/stdin <&"$silence"
-run trace-failure-unwatched --trace import=error --timeout=20 /dev/stdin <&"$silence"
-counted=true run trace-threads --trace import=debug,list=debug \
-    "${clean[@]}" missing.csv /dev/stdin "${clean[@]}" missing.csv < <(records)
-run trace-storage --storage stdout --trace list=debug clean.csv /dev/stdin < <(records)
-run trace-unknown-level --trace import=warn clean.csv
-run trace-level-in-capitals --trace import=INFO clean.csv
-run trace-no-level --trace import= clean.csv
-run trace-no-equals --trace list=info,import clean.csv
-run trace-no-channel --trace =info clean.csv
-run trace-nothing --trace= clean.csv
-run trace-last-missing --trace import=info, clean.csv
-run trace-long-level --trace "import=$(repeat 300 x)" clean.csv

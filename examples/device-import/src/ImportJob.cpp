@@ -30,15 +30,16 @@ ListReport::Errors errorsFor(StorageKind storage)
                                         : ListReport::Errors::LEAVE_PENDING;
 }
 
-/// One line, which is as important as its worst piece.
+/// One line, which is as important as its worst piece. None is a warning: the report says it all,
+/// and standard error is for what it does not say.
 void traceSummary(const ListReport& report)
 {
     if (!s_list) return;
     tracing::TraceBuffer line(s_list.get());
     line.append(report.name().c_str());
-    line.appendf(Levels::LevelINFO, ", %d lines", report.lines());
-    if (report.rejected() > 0) line.appendf(Levels::LevelWARN, ", %d rejected", report.rejected());
-    if (report.hasFailed()) line.append(Levels::LevelERROR, ", not read to the end");
+    line.appendf(Levels::LevelDEBUG, ", %d lines", report.lines());
+    if (report.rejected() > 0) line.appendf(Levels::LevelINFO, ", %d rejected", report.rejected());
+    if (report.hasFailed()) line.append(Levels::LevelINFO, ", not read to the end");
 }
 
 ImportResult makeResult(const ImportJob& job, const ListReport& report)

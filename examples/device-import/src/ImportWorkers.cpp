@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include <common/tracing/IClient.h>
 #include <common/tracing/log.h>
 #include <zel/report.h>
 
@@ -14,6 +15,28 @@
 namespace deviceimport {
 
 using tracing::Levels;
+
+namespace {
+
+using tracing::IClient;
+
+/// Names the calling thread in what it logs. Without a client nobody asks for its name.
+class ThreadName
+{
+public:
+    explicit ThreadName(const std::string& name)
+    {
+        if (IClient::s_client != nullptr) IClient::s_client->registerThread(name);
+    }
+    ~ThreadName()
+    {
+        if (IClient::s_client != nullptr) IClient::s_client->unregisterThread();
+    }
+    ThreadName(const ThreadName&) = delete;
+    ThreadName& operator=(const ThreadName&) = delete;
+};
+
+} // namespace
 
 struct ImportWorkers::Shared
 {
@@ -81,8 +104,9 @@ void ImportWorkers::raiseFailure() const
 }
 
 /// Runs in each thread until the queues are closed.
-void ImportWorkers::work(Shared& shared, const ImportSettings& settings)
+void ImportWorkers::work(Shared& shared, const ImportSettings& settings, std::size_t number)
 {
+    const ThreadName name("reader " + std::to_string(number));
     for (ImportJob job; shared.jobs.pop(job, zelbase::TimePoint::MAX) == QueueResult::DONE;) {
         // A closed queue refuses the result: nobody waits for it any more.
         shared.results.push(runJob(job, settings, shared.lines), zelbase::TimePoint::MAX);
@@ -92,19 +116,23 @@ void ImportWorkers::work(Shared& shared, const ImportSettings& settings)
 void ImportWorkers::start(std::size_t count, const ImportSettings& settings)
 {
     try {
-        while (m_threads.size() < count)
-            m_threads.emplace_back([shared = m_shared, settings] { work(*shared, settings); });
+        while (m_threads.size() < count) {
+            m_threads.emplace_back([shared = m_shared, settings, number = m_threads.size() + 1] {
+                work(*shared, settings, number);
+            });
+        }
     } catch (const std::system_error& error) {
         m_startError = error.code().message();
     }
 }
 
-/// Makes an attempt that lasts to the deadline: in one piece if nobody watches, else in slices.
+/// Makes an attempt that lasts to the deadline: in slices if somebody watches, and in one piece
+/// after a failure, when there is nothing to wait for.
 template <typename Attempt>
 QueueResult ImportWorkers::waitFor(Attempt attempt)
 {
     const zelbase::TimePoint end = deadline();
-    while (m_progress.isWatched()) {
+    while (m_progress.isWatched() && !m_failed) {
         const zelbase::TimePoint now = zelbase::TimePoint::now();
         m_progress.show(m_shared->lines, now);
         const QueueResult result = attempt(std::min(now + Progress::PERIOD, end));

@@ -59,7 +59,7 @@ public:
 private:
     struct Shared;
 
-    static void work(Shared& shared, const ImportSettings& settings);
+    static void work(Shared& shared, const ImportSettings& settings, std::size_t number);
     void start(std::size_t count, const ImportSettings& settings);
     zelbase::TimePoint deadline() const;
     template <typename Attempt>

@@ -133,7 +133,10 @@ ImportTotal importFiles(const std::vector<std::string>& names, const ImportSetti
     ImportWorkers workers(count, window, settings, timeout, progress);
     ResultPrinter printer(registry, progress);
     const bool failed = !importAll(names, window, workers, printer);
-    if (failed) giveUp(names, settings.storage, workers, printer);
+    if (failed) {
+        progress.erase(); // before a trace line
+        giveUp(names, settings.storage, workers, printer);
+    }
     ImportTotal total = printer.total();
     total.threadsLeft = failed;
     return total;

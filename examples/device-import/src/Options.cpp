@@ -2,15 +2,12 @@
 
 #include "Options.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <optional>
 #include <system_error>
 
-#include <common/tracing/Levels.h>
 #include <getopt.h>
 #include <zel/report.h>
 
@@ -48,7 +45,6 @@ enum {
     OPTION_PROVOKE,
     OPTION_TIME,
     OPTION_TIMEOUT,
-    OPTION_TRACE,
     OPTION_OUTPUT,
     OPTION_DUMP,
 };
@@ -60,7 +56,6 @@ constexpr option LONG_OPTIONS[] = {
     {"provoke", required_argument, nullptr, OPTION_PROVOKE},
     {"time", no_argument, nullptr, OPTION_TIME},
     {"timeout", required_argument, nullptr, OPTION_TIMEOUT},
-    {"trace", required_argument, nullptr, OPTION_TRACE},
     {"output", required_argument, nullptr, OPTION_OUTPUT},
     {"dump", required_argument, nullptr, OPTION_DUMP},
     {nullptr, 0, nullptr, 0},
@@ -112,50 +107,6 @@ bool chooseTimeout(const std::string& text, zelbase::Duration& timeout)
     return true;
 }
 
-/// The names of the trace levels, as a message lists them.
-std::string levelNames()
-{
-    std::string names;
-    for (const char* const name : tracing::Levels::NAMES)
-        names += (names.empty() ? "" : ", ") + std::string(name);
-    return names;
-}
-
-// A message is cut at its end, so what was given stands behind the names.
-
-bool findLevel(const std::string& name, short& level)
-{
-    const auto begin = std::begin(tracing::Levels::NAMES);
-    const auto end = std::end(tracing::Levels::NAMES);
-    const auto found = std::find(begin, end, name);
-    level = static_cast<short>(found - begin);
-    return found != end || fail("a trace level is one of " + levelNames() + ", not '" + name + "'");
-}
-
-bool addTraceLevel(const std::string& setting, TraceLevels& levels)
-{
-    const std::size_t equals = setting.find('=');
-    if (equals == 0 || equals == std::string::npos) {
-        return fail("a trace setting reads CHANNEL=LEVEL, with one of " + levelNames() + ", not '" +
-                    setting + "'");
-    }
-    short level = 0;
-    if (!findLevel(setting.substr(equals + 1), level)) return false;
-    levels[setting.substr(0, equals)] = level;
-    return true;
-}
-
-bool addTraceLevels(const std::string& settings, TraceLevels& levels)
-{
-    std::size_t begin = 0;
-    for (std::size_t comma = settings.find(','); comma != std::string::npos;
-         comma = settings.find(',', begin)) {
-        if (!addTraceLevel(settings.substr(begin, comma - begin), levels)) return false;
-        begin = comma + 1;
-    }
-    return addTraceLevel(settings.substr(begin), levels);
-}
-
 /// Names the option that `getopt_long` stumbled over, a short one inside a group included.
 std::string currentOption(char* const argv[])
 {
@@ -173,7 +124,6 @@ bool takeOption(int found, char* const argv[], Options& options)
     case OPTION_PROVOKE: return choose("provocation", PROVOCATIONS, optarg, options.provocation);
     case OPTION_TIME: options.time = true; return true;
     case OPTION_TIMEOUT: return chooseTimeout(optarg, options.timeout);
-    case OPTION_TRACE: return addTraceLevels(optarg, options.traceLevels);
     case OPTION_OUTPUT: return chooseFile("output", optarg, options.output);
     case OPTION_DUMP: return chooseFile("dump", optarg, options.dump);
     case ':': return fail("option '" + currentOption(argv) + "' needs an argument");

@@ -13,7 +13,6 @@
 
 #include <zelbase/time.h>
 
-#include "ConsoleClient.h"
 #include "Handlers.h"
 #include "ImportJob.h"
 
@@ -29,8 +28,6 @@ struct Options
     zelbase::Duration timeout{60000};
     ImportSettings settings;
     Provocation provocation = Provocation::NONE;
-    /// What is traced; nothing at all if it is empty.
-    TraceLevels traceLevels;
     /// The registry to write, and the one to print; empty for none.
     std::string output;
     std::string dump;

@@ -6,11 +6,11 @@
 #include <cstdio>
 
 #include <common/error/ErrorStorages.h>
+#include <common/tracing/IClient.h>
 #include <common/tracing/SharedChannelMap.h>
 #include <common/tracing/log.h>
 #include <zelbase/time.h>
 
-#include "ConsoleClient.h"
 #include "Handlers.h"
 #include "Importer.h"
 #include "Options.h"
@@ -30,9 +30,6 @@ using tracing::Levels;
 
 const tracing::SharedChannelPtr s_import("import");
 
-/// Owned here. Stays to the process's end if threads were left alone, as they may log until then.
-deviceimport::ConsoleClient* s_client = nullptr;
-
 int complain()
 {
     std::fprintf(stderr, "device-import: %s\nTry 'device-import --help' for more information.\n",
@@ -41,12 +38,21 @@ int complain()
     return WRONG_USE;
 }
 
-/// Sets up a client if there is anything to trace.
-void startTracing(const deviceimport::TraceLevels& levels)
+void startTracing()
 {
-    if (levels.empty()) return;
-    s_client = new deviceimport::ConsoleClient(levels);
     tracing::client_helper->init("device-import");
+    if (tracing::IClient::s_client != nullptr) tracing::IClient::s_client->registerThread("main");
+}
+
+/// Writes out what was logged. The client stays if threads were left alone: they may log to the
+/// process's end.
+void endTracing(bool threadsLeft)
+{
+    if (!threadsLeft) {
+        tracing::client_helper->deinit();
+    } else if (tracing::IClient::s_client != nullptr) {
+        tracing::IClient::s_client->flushMessages(true);
+    }
 }
 
 void traceStart(const zelbase::TimePoint& start, std::size_t files)
@@ -80,14 +86,14 @@ bool importAll(const deviceimport::Options& options)
         std::printf("%lld lines in %lld ms\n", total.lines,
                     static_cast<long long>(elapsed.milliseconds()));
     }
-    if (!total.threadsLeft) delete s_client;
+    endTracing(total.threadsLeft);
     return total.clean && isSaved;
 }
 
 bool dump(const deviceimport::Options& options)
 {
     const bool isSound = deviceimport::dumpRegistry(options.dump);
-    delete s_client;
+    endTracing(false);
     return isSound;
 }
 
@@ -95,7 +101,7 @@ int run(const deviceimport::Options& options)
 {
     deviceimport::installNewHandler();
     deviceimport::ignoreSizeSignal();
-    startTracing(options.traceLevels);
+    startTracing();
     if (options.provocation != deviceimport::Provocation::NONE) {
         deviceimport::registerHandlers();
         deviceimport::provoke(options.provocation);

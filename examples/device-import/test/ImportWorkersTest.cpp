@@ -39,6 +39,18 @@ TEST(ImportWorkers, ShowProgress_WhileTheyAreWaitedFor)
     EXPECT_NE(std::string::npos, shown.find("\r3 lines read")) << shown;
 }
 
+TEST(ImportWorkers, ShowNoMoreProgress_AfterAFailure)
+{
+    Terminal terminal;
+    Progress progress(terminal.fd(), LONG_AGO);
+    ImportWorkers workers(1, 1, {}, Progress::PERIOD, progress);
+    ImportResult result;
+    EXPECT_FALSE(workers.take(result));
+    EXPECT_EQ("\r0 lines read", terminal.take());
+    EXPECT_FALSE(workers.take(result)); // the next line would be due
+    EXPECT_EQ("", terminal.take());
+}
+
 TEST(ImportWorkers, KeepToTheTimeout_WhetherWatchedOrNot)
 {
     Terminal terminal;
