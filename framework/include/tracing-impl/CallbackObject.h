@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// tracing::CallbackObject: what a program registers with the client, to be called from the trace tool.
+// tracing::CallbackObject: what a program registers with the client, to be called from a trace
+// tool.
 //
-//     class Restart : public tracing::CallbackObject { void called(int, void*, unsigned int) override; };
+//     class Restart : public tracing::CallbackObject
+//     {
+//         void called(int id, void* data, unsigned int size) override;
+//     };
 //     const int id = client->registerCallback("restart", &restart);
 
 #ifndef TRACINGIMPL_TRACINGIMPL_CALLBACKOBJECT_H
@@ -10,7 +14,8 @@
 
 namespace tracing {
 
-/// A callback with a state. It must live until it is unregistered.
+/// A callback with a state. It must live until it is unregistered. Must not throw, and not call
+/// `deinit`.
 class CallbackObject
 {
 public:

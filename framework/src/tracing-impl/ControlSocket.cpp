@@ -13,7 +13,6 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <zelbase/time.h>
 
 #include "ControlProtocol.h"
 #include "CurrentThread.h"
@@ -206,13 +205,19 @@ bool ControlSocket::sendAll(int fd, std::string_view text) const
         if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
         if (count > 0 || (count == -1 && errno == EINTR)) continue;
         if (count == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) return false;
-        const zelbase::Duration rest = deadline - zelbase::TimePoint::now();
-        pollfd waited[] = {{fd, POLLOUT, 0}, {m_wakeUp[0], POLLIN, 0}};
-        if (rest <= zelbase::Duration()) return false;
-        poll(waited, 2, static_cast<int>(rest.milliseconds()));
-        if (waited[1].revents != 0) return false;
+        if (!waitForRoom(fd, deadline)) return false;
     }
     return true;
+}
+
+/// Returns whether the tool takes something before the deadline, and nobody ends the thread.
+bool ControlSocket::waitForRoom(int fd, const zelbase::TimePoint& deadline) const
+{
+    const zelbase::Duration rest = deadline - zelbase::TimePoint::now();
+    if (rest <= zelbase::Duration()) return false;
+    pollfd waited[] = {{fd, POLLOUT, 0}, {m_wakeUp[0], POLLIN, 0}};
+    const int count = poll(waited, 2, static_cast<int>(rest.milliseconds()));
+    return count != 0 && waited[1].revents == 0;
 }
 
 /// Takes what the tool has sent, and answers the requests in it. Returns whether to go on.
@@ -237,6 +242,7 @@ bool ControlSocket::answer(Connection& connection, const std::string& request)
 {
     if (connection.isWatching) return false; // whoever watches has no more to ask
     if (request != WATCH_REQUEST) return sendAll(connection.fd, answerTo(request, m_target));
+    if (!waitForRoom(connection.fd, zelbase::TimePoint::now() + PATIENCE)) return false;
     connection.isWatching = true;
     m_watchers->add(connection.fd, ANSWER_OK); // nothing comes in between
     return true;

@@ -15,6 +15,7 @@
 
 #include <poll.h>
 #include <sys/types.h>
+#include <zelbase/time.h>
 
 #include "RemoteTarget.h"
 #include "Watchers.h"
@@ -61,6 +62,7 @@ private:
     bool waitForWork(Events& events);
     void accept();
     bool sendAll(int fd, std::string_view text) const;
+    bool waitForRoom(int fd, const zelbase::TimePoint& deadline) const;
     bool receive(Connection& connection);
     bool answer(Connection& connection, const std::string& request);
     void hangUp(std::size_t place);

@@ -32,7 +32,7 @@ std::string beginningOf(std::string_view name)
 
 std::string DltIds::take(std::string_view name)
 {
-    const std::string beginning = beginningOf(name);
+    std::string beginning = beginningOf(name);
     if (m_taken.insert(beginning).second) return beginning;
     unsigned int& number = m_numbers[beginning];
     while (number < MAX_NUMBER) {

@@ -54,12 +54,14 @@ struct SinkSettings
 };
 
 /// Bounds and what holds where nothing is said.
-constexpr std::size_t MIN_FILE_SIZE = 1024;
-constexpr std::size_t MAX_FILE_SIZE = 1024U * 1024 * 1024;
-constexpr std::size_t DEFAULT_FILE_SIZE = 1024U * 1024;
+constexpr std::size_t KILOBYTE = 1024;
+constexpr std::size_t MEGABYTE = 1024 * KILOBYTE;
+constexpr std::size_t MIN_FILE_SIZE = KILOBYTE;
+constexpr std::size_t MAX_FILE_SIZE = 1024 * MEGABYTE;
+constexpr std::size_t DEFAULT_FILE_SIZE = MEGABYTE;
 constexpr std::size_t MAX_FILES = 100;
 constexpr std::size_t DEFAULT_FILES = 3;
-constexpr std::size_t MAX_QUEUE = 1024U * 1024;
+constexpr std::size_t MAX_QUEUE = std::size_t(1024) * 1024;
 constexpr std::size_t DEFAULT_QUEUE = 1024;
 
 struct Settings

@@ -14,7 +14,7 @@ namespace impl {
 namespace {
 
 /// Seconds. Only the time of the day is shown, so no sum leaves the clock's range.
-constexpr long long DAY = 24 * 60 * 60;
+constexpr long long DAY = 24LL * 60 * 60;
 
 } // namespace
 
