@@ -5,39 +5,27 @@
 #include "Sinks.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cinttypes>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <map>
-#include <memory>
-#include <new>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include <dlt/dlt.h>
 #include <dlt/dlt_common.h>
-#include <pthread.h>
-#include <syslog.h>
 
 #include <common/tracing/Levels.h>
-#include <zel/Mutex.h>
 #include <zel/attributes.h>
 
 #include "DltIds.h"
-#include "SignalGuard.h"
+#include "DltLibrary.h"
+#include "DltRemote.h"
 
 namespace tracing {
 namespace impl {
 
 namespace {
 
-/// The time in tenths of a millisecond that DLT's exit handler waits for a daemon: none.
-constexpr std::uint32_t NO_WAIT = 0;
 /// What a daemon keeps of a description.
 constexpr std::size_t MAX_DESCRIPTION = 255;
 
@@ -149,287 +137,6 @@ void sendRaw(DltContext& context, const Message& message)
         sendBytes(context, message, begin, piece);
         begin += piece.size();
     } while (begin < message.payload.size());
-}
-
-/// DLT's library in this process. Its own exit handler frees it while threads may still log.
-class DltLibrary
-{
-public:
-    /// Returns the one. It is never destroyed.
-    static DltLibrary& instance();
-
-    /// Starts DLT for the process. Returns false if it cannot.
-    bool start(const std::string& processName) ZEL_EXCLUDES(m_mutex);
-    void stop() ZEL_EXCLUDES(m_mutex);
-
-    /// Calls `action` unless the process exits.
-    template <typename Action>
-    void use(const Action& action) ZEL_EXCLUDES(m_mutex)
-    {
-        const zel::ScopedLock lock(m_mutex);
-        if (m_isRunning) action();
-    }
-
-private:
-    DltLibrary() = default;
-    static void processExits();
-
-    zel::Mutex m_mutex;
-    bool m_isRunning ZEL_GUARDED_BY(m_mutex) = false;
-    bool m_hasExitHandler ZEL_GUARDED_BY(m_mutex) = false;
-};
-
-DltLibrary& DltLibrary::instance()
-{
-    alignas(DltLibrary) static unsigned char s_memory[sizeof(DltLibrary)];
-    static DltLibrary* const s_library = new (s_memory) DltLibrary;
-    return *s_library;
-}
-
-bool DltLibrary::start(const std::string& processName)
-{
-    const zel::ScopedLock lock(m_mutex);
-    const SignalGuard guard;     // for DLT's threads
-    dlt_log_set_level(LOG_CRIT); // DLT's own lines would go to the program's standard output
-    if (dlt_init() < DLT_RETURN_OK) return false;
-    dlt_set_resend_timeout_atexit(NO_WAIT);
-    // Later than DLT's own, to be called before it.
-    if (!m_hasExitHandler) m_hasExitHandler = std::atexit(processExits) == 0;
-    const std::string id = DltIds().take(processName);
-    m_isRunning =
-        m_hasExitHandler && dlt_register_app(id.c_str(), processName.c_str()) >= DLT_RETURN_OK;
-    if (!m_isRunning) dlt_free();
-    return m_isRunning;
-}
-
-void DltLibrary::stop()
-{
-    const zel::ScopedLock lock(m_mutex);
-    if (!m_isRunning) return;
-    m_isRunning = false;
-    dlt_unregister_app_flush_buffered_logs();
-    dlt_free();
-}
-
-void DltLibrary::processExits()
-{
-    DltLibrary& library = instance();
-    const zel::ScopedLock lock(library.m_mutex);
-    library.m_isRunning = false;
-}
-
-constexpr std::uint32_t INJECTION_SERVICE = 4096;
-/// A daemon answers for all contexts in one go.
-constexpr std::chrono::seconds ANSWER_TIME{1};
-
-/// Puts off that DLT ends its thread, in the midst of the program's locks.
-class CancellationGuard
-{
-public:
-    CancellationGuard() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
-    ~CancellationGuard() { pthread_setcancelstate(m_before, nullptr); }
-    CancellationGuard(const CancellationGuard&) = delete;
-    CancellationGuard& operator=(const CancellationGuard&) = delete;
-
-private:
-    int m_before = PTHREAD_CANCEL_ENABLE;
-};
-
-/// Returns the channel's level for one of DLT; `DLT_LOG_DEFAULT` comes as 255.
-short channelLevelOf(std::uint8_t level)
-{
-    if (level > DLT_LOG_VERBOSE) return Levels::LevelDEFAULT;
-    return static_cast<short>(DLT_LOG_VERBOSE - level);
-}
-
-/// What the viewer, or `dlt-control`, asks of the process: other levels, and callbacks. DLT's own
-/// thread brings it. There is one, as DLT's functions have no memory of whom they call for.
-///
-/// A daemon that is started after the program, or anew, is told of the contexts without their
-/// levels, and answers with its own for each. That is nobody's wish, and must not become the
-/// channels' level. DLT does not mark such an answer, but the trace status tells it: contexts are
-/// registered with `REGISTERED`, which comes with each change, and the daemon answers with the
-/// other one.
-class DltRemote
-{
-public:
-    /// The context of the process itself. Injections go to it, with the service 4096 and the bytes
-    /// "NAME", or "NAME", a blank, and what the callback of that name is given.
-    static constexpr const char* CONTROL_ID = "CTRL";
-    static constexpr DltTraceStatusType REGISTERED = DLT_TRACE_STATUS_ON;
-
-    /// Returns the one. It is never destroyed: DLT's thread may run until the process ends.
-    static DltRemote& instance();
-
-    bool isServing() ZEL_EXCLUDES(m_targetMutex);
-    /// Brings wishes to `target`, which is not owned and must live until `end`. Requires that DLT
-    /// runs.
-    void begin(RemoteTarget& target) ZEL_EXCLUDES(m_targetMutex);
-    /// Returns when no wish is under way any more; none comes after. Not to be called by a callback
-    /// that was injected.
-    void end() ZEL_EXCLUDES(m_targetMutex);
-
-    /// Makes the context `id` that of `path`. May be called while the target is locked.
-    void add(const std::string& id, const std::string& path) ZEL_EXCLUDES(m_nameMutex);
-
-    /// What DLT calls.
-    static void levelChanged(char id[DLT_ID_SIZE], std::uint8_t level, std::uint8_t traceStatus);
-    static int injected(std::uint32_t service, void* data, std::uint32_t size, void*);
-
-private:
-    using Clock = std::chrono::steady_clock;
-
-    struct Name
-    {
-        std::string path;
-        /// Until when a level is the daemon's answer.
-        Clock::time_point answerEnd;
-    };
-
-    DltRemote() = default;
-    void registerControl() ZEL_REQUIRES(m_targetMutex);
-    void changeLevel(const std::string& id, std::uint8_t level, bool isAnswer)
-        ZEL_EXCLUDES(m_targetMutex, m_nameMutex);
-    void expectAnswers() ZEL_REQUIRES(m_targetMutex) ZEL_EXCLUDES(m_nameMutex);
-    bool findPath(const std::string& id, std::string& path) ZEL_EXCLUDES(m_nameMutex);
-    bool call(const std::string& request) ZEL_EXCLUDES(m_targetMutex);
-
-    /// Held while the target is called, which locks channels and sinks: sinks must not take it.
-    zel::Mutex m_targetMutex;
-    RemoteTarget* m_target ZEL_GUARDED_BY(m_targetMutex) = nullptr;
-    DltContext m_control ZEL_GUARDED_BY(m_targetMutex) = {};
-    /// How often that was registered, and for how many of these the daemon is to answer yet.
-    unsigned int m_registrations ZEL_GUARDED_BY(m_targetMutex) = 0;
-    unsigned int m_answersDue ZEL_GUARDED_BY(m_targetMutex) = 0;
-    /// Until when it answers.
-    Clock::time_point m_answerEnd ZEL_GUARDED_BY(m_targetMutex) = Clock::time_point::min();
-    /// Nothing else is called while this is held.
-    zel::Mutex m_nameMutex;
-    std::map<std::string, Name> m_names ZEL_GUARDED_BY(m_nameMutex);
-};
-
-DltRemote& DltRemote::instance()
-{
-    alignas(DltRemote) static unsigned char s_memory[sizeof(DltRemote)];
-    static DltRemote* const s_remote = new (s_memory) DltRemote;
-    return *s_remote;
-}
-
-bool DltRemote::isServing()
-{
-    const zel::ScopedLock lock(m_targetMutex);
-    return m_target != nullptr;
-}
-
-void DltRemote::begin(RemoteTarget& target)
-{
-    const zel::ScopedLock lock(m_targetMutex);
-    m_target = &target;
-    m_registrations = 0;
-    m_answersDue = 0;
-    registerControl();
-}
-
-void DltRemote::end()
-{
-    const zel::ScopedLock lock(m_targetMutex);
-    m_target = nullptr;
-    DltContext& control = m_control;
-    DltLibrary::instance().use([&control] { dlt_unregister_context(&control); });
-    const zel::ScopedLock nameLock(m_nameMutex);
-    m_names.clear();
-}
-
-void DltRemote::registerControl()
-{
-    DltContext& control = m_control;
-    control = {};
-    ++m_registrations;
-    DltLibrary::instance().use([&control] {
-        dlt_register_context_ll_ts(&control, CONTROL_ID, "control of the process", DLT_LOG_OFF,
-                                   REGISTERED);
-        dlt_register_log_level_changed_callback(&control, levelChanged);
-        dlt_register_injection_callback_with_id(&control, INJECTION_SERVICE, injected, nullptr);
-    });
-}
-
-void DltRemote::add(const std::string& id, const std::string& path)
-{
-    const zel::ScopedLock lock(m_nameMutex);
-    m_names[id] = {path, Clock::time_point::min()};
-}
-
-void DltRemote::levelChanged(char id[DLT_ID_SIZE], std::uint8_t level, std::uint8_t traceStatus)
-{
-    const CancellationGuard guard;
-    try {
-        instance().changeLevel(std::string(id, strnlen(id, DLT_ID_SIZE)), level,
-                               traceStatus != REGISTERED);
-    } catch (const std::exception&) {
-        // the level stays as it is
-    }
-}
-
-void DltRemote::changeLevel(const std::string& id, std::uint8_t level, bool isAnswer)
-{
-    const zel::ScopedLock lock(m_targetMutex);
-    if (m_target == nullptr) return;
-    if (id == CONTROL_ID) {
-        if (isAnswer) expectAnswers();
-        return;
-    }
-    std::string path;
-    if (findPath(id, path)) m_target->setLevel(path, channelLevelOf(level));
-}
-
-/// Sees to it that one level for each context is left out: this context is the first that the
-/// daemon answers for. It is registered once more, so that the daemon has its trace status again;
-/// the place that it has already stays the first.
-void DltRemote::expectAnswers()
-{
-    const Clock::time_point now = Clock::now();
-    if (m_answersDue > 0 && now < m_answerEnd) {
-        --m_answersDue; // for the other times that it was registered
-        return;
-    }
-    m_answersDue = m_registrations - 1;
-    m_answerEnd = now + ANSWER_TIME;
-    registerControl();
-    const zel::ScopedLock lock(m_nameMutex);
-    for (auto& entry : m_names)
-        entry.second.answerEnd = m_answerEnd;
-}
-
-/// Returns false if there is no path, or the daemon answers.
-bool DltRemote::findPath(const std::string& id, std::string& path)
-{
-    const zel::ScopedLock lock(m_nameMutex);
-    const auto found = m_names.find(id);
-    if (found == m_names.end()) return false;
-    const bool isAnswer = Clock::now() < found->second.answerEnd;
-    found->second.answerEnd = Clock::time_point::min();
-    path = found->second.path;
-    return !isAnswer;
-}
-
-int DltRemote::injected(std::uint32_t, void* data, std::uint32_t size, void*)
-{
-    const CancellationGuard guard;
-    try {
-        const std::string request(size == 0 ? "" : static_cast<const char*>(data), size);
-        return instance().call(request) ? DLT_RETURN_OK : DLT_RETURN_ERROR;
-    } catch (const std::exception&) {
-        return DLT_RETURN_ERROR;
-    }
-}
-
-bool DltRemote::call(const std::string& request)
-{
-    const zel::ScopedLock lock(m_targetMutex);
-    if (m_target == nullptr) return false;
-    const std::size_t blank = request.find(' ');
-    const bool hasBytes = blank != std::string::npos;
-    return m_target->call(request.substr(0, blank), hasBytes ? request.substr(blank + 1) : "");
 }
 
 class DltSink final : public Sink
