@@ -2,12 +2,18 @@
 
 #include <tracing-impl/Callbacks.h>
 
+#include <atomic>
 #include <climits>
+#include <future>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <support/ChildProcess.h>
 #include <tracing-impl/CallbackObject.h>
+#include <unistd.h>
 
 namespace {
 
@@ -181,6 +187,74 @@ TEST_F(Callbacks, Call_MayRegisterAndUnregisterOthersAndItself)
     EXPECT_EQ("replacing(0, 'now')first(1, 'nested')", takeCalls());
     EXPECT_TRUE(m_callbacks.call("replacing", "again"));
     EXPECT_EQ("second(2, 'again')", takeCalls());
+}
+
+/// Ends when it is not registered any more.
+class LastingObject : public CallbackObject
+{
+public:
+    void called(int, void*, unsigned int size) override
+    {
+        if (size != 0) return; // from the call itself
+        m_begun.set_value();
+        while (s_callbacks->call("lasting", "?"))
+            std::this_thread::yield();
+        m_isDone = true;
+    }
+
+    std::promise<void> m_begun;
+    std::atomic<bool> m_isDone{false};
+};
+
+TEST_F(Callbacks, Remove_UnderWayInAnotherThread_Waits)
+{
+    LastingObject object;
+    EXPECT_EQ(0, m_callbacks.add("lasting", &object));
+    std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("lasting", "")); });
+    object.m_begun.get_future().wait();
+    EXPECT_EQ(0, m_callbacks.remove(0));
+    EXPECT_TRUE(object.m_isDone);
+    calling.join();
+    EXPECT_FALSE(m_callbacks.call("lasting", ""));
+}
+
+TEST_F(Callbacks, Remove_AnotherOneIsUnderWay_DoesNotWait)
+{
+    LastingObject object;
+    m_callbacks.add("lasting", &object);
+    m_callbacks.add("restart", first);
+    std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("lasting", "")); });
+    object.m_begun.get_future().wait();
+    EXPECT_EQ(0, m_callbacks.remove(1));
+    EXPECT_FALSE(object.m_isDone);
+    EXPECT_EQ(0, m_callbacks.remove(0));
+    calling.join();
+}
+
+TEST_F(Callbacks, Remove_ByTheCallbackItself_DoesNotWait)
+{
+    m_callbacks.add("once", [](int id, void* data, unsigned int size) {
+        EXPECT_EQ(0, s_callbacks->remove(id));
+        EXPECT_EQ(-1, s_callbacks->remove(id));
+        note("once", id, data, size);
+    });
+    EXPECT_TRUE(m_callbacks.call("once", "now"));
+    EXPECT_FALSE(m_callbacks.call("once", "now"));
+    EXPECT_EQ("once(0, 'now')", takeCalls());
+}
+
+TEST_F(Callbacks, Call_Throws_IsToldAndCountsAsMade)
+{
+    const support::ChildResult child = support::runInChild([this] {
+        alarm(60);
+        m_callbacks.add("re\nstart",
+                        [](int, void*, unsigned int) { throw std::runtime_error("no motor"); });
+        EXPECT_TRUE(m_callbacks.call("re\nstart", "now"));
+        const auto remove = [this] { return m_callbacks.remove(0); };
+        EXPECT_EQ(0, std::async(std::launch::async, remove).get());
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("tracing: a callback has thrown: re\\nstart\n", child.err);
 }
 
 } // namespace

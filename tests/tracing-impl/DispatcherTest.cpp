@@ -4,6 +4,7 @@
 
 #include <tracing-impl/Dispatcher.h>
 
+#include <cerrno>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -120,6 +121,34 @@ TEST_F(DispatcherTest, Put_SinkThrows_OthersAreWrittenTo)
     addRecord(m_record);
     put("a");
     EXPECT_EQ("info net a\n", m_record.take());
+}
+
+/// Fails in a call of the system.
+class SystemSink : public Sink
+{
+public:
+    void write(const Message&) override { errno = EIO; }
+};
+
+TEST_F(DispatcherTest, Put_KeepsErrno)
+{
+    m_dispatcher.addSink(std::make_unique<SystemSink>());
+    errno = E2BIG;
+    put("a");
+    EXPECT_EQ(E2BIG, errno);
+    m_dispatcher.addSink(std::make_unique<FailingSink>());
+    put("b");
+    EXPECT_EQ(E2BIG, errno);
+}
+
+TEST_F(DispatcherTest, Put_Queue_KeepsErrno)
+{
+    Dispatcher queued(8);
+    queued.addSink(std::make_unique<SystemSink>());
+    errno = E2BIG;
+    queued.put(traceMessage("a"), nullptr);
+    queued.put(traceMessage("b", 2), nullptr);
+    EXPECT_EQ(E2BIG, errno);
 }
 
 TEST_F(DispatcherTest, Flush_SinkThrew_SaysSo)

@@ -227,6 +227,27 @@ TEST(HelperEnvironment, Control_CallsBack)
     EXPECT_EQ("", child.err);
 }
 
+TEST(HelperEnvironment, Control_CallbackCallsDeinit_IsIgnored)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.pathOf("sock");
+    const ChildResult child = runWith({{"ZEL_TRACE_CONTROL", path}}, [&path] {
+        IClient* const client = IClient::s_client;
+        const auto end = [](int, void*, unsigned int) { client_helper->deinit(); };
+        client->registerCallback("end", end);
+        ControlTool tool(path);
+        EXPECT_EQ("ok\n", tool.ask("call end -\n"));
+        EXPECT_EQ("ok\n", tool.ask("call end -\n"));
+        EXPECT_EQ(client, IClient::s_client);
+        client_helper->deinit();
+        EXPECT_EQ(nullptr, IClient::s_client);
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("tracing: deinit from a callback is ignored\n"
+              "tracing: deinit from a callback is ignored\n",
+              child.err);
+}
+
 TEST(HelperEnvironment, Control_WatchSeesEverythingUpToTheEnd)
 {
     const TemporaryFolder folder;

@@ -276,6 +276,62 @@ TEST(Helper, Fork_ChildEndsThroughExit)
     EXPECT_EQ("TIME info net [T] child\n", bareLines(child.err));
 }
 
+TEST(Helper, ClientId_StaysAfterDeinit)
+{
+    const ChildResult child = runPlain([] {
+        client_helper->init("pump");
+        const std::string& pump = IClient::s_client->getClientId();
+        client_helper->deinit();
+        EXPECT_EQ("pump", pump);
+        client_helper->init("valve");
+        const std::string& valve = IClient::s_client->getClientId();
+        client_helper->deinit();
+        EXPECT_EQ("pump", pump);
+        EXPECT_EQ("valve", valve);
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+}
+
+TEST(Helper, GetClient_BeforeInit_DoesNothing)
+{
+    const ChildResult child = runPlain([] {
+        IClient* const client = client_helper->getClient();
+        Channel net("net", 2, REGISTER);
+        client->registerThread("early");
+        client->unregisterThread();
+        EXPECT_EQ(-1, client->registerCallback("restart", [](int, void*, unsigned int) {}));
+        EXPECT_EQ(0, client->unregisterCallback(0));
+        EXPECT_EQ(-1, client->registerTimeZone("gps", 18));
+        client->updateTimeZone(0, 19);
+        client->emergencyLog("nobody sees it");
+        EXPECT_FALSE(client->enableChannel(&net));
+        EXPECT_FALSE(client->changeChannelFilterLevel(&net, 0));
+        client->logMessage(net, 5, 0, std::string("nobody sees it"));
+        client->flushMessages(true);
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("", child.err);
+}
+
+TEST(Helper, GetClient_BeforeInit_IsTheClientAfterIt)
+{
+    const ChildResult child = runPlain([] {
+        IClient* const client = client_helper->getClient();
+        Channel net("net", 2, REGISTER);
+        client_helper->init("pump");
+        EXPECT_EQ(client, client_helper->getClient());
+        client->registerThread("main");
+        net.log(2, "a");
+        EXPECT_EQ(0, client->registerCallback("restart", [](int, void*, unsigned int) {}));
+        EXPECT_TRUE(client->changeChannelFilterLevel(&net, 3));
+        net.log(2, "below the filter");
+        client_helper->deinit();
+        EXPECT_EQ("", client->getClientId());
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("TIME info net [T main] a\n", bareLines(child.err));
+}
+
 TEST(Helper, Exit_WithoutDeinit_ChannelsGoQuietly)
 {
     const ChildResult child = support::runInChildToExit([] {

@@ -20,6 +20,8 @@ using tracing::impl::MessageQueue;
 using tracing::impl::OwnedText;
 using tracing::impl::QueuedMessage;
 
+constexpr short SAFE = 2;
+
 void push(MessageQueue& queue, std::string_view text)
 {
     queue.push(traceMessage(text), nullptr, false);
@@ -141,6 +143,43 @@ TEST(MessageQueue, Push_Full_DropsTheOldest)
     EXPECT_EQ("e", pop(queue));
     EXPECT_EQ(3u, queue.takeDropped());
     EXPECT_EQ(0u, queue.takeDropped());
+}
+
+TEST(MessageQueue, Push_FullBehindASafeOne_DropsTheNewOne)
+{
+    MessageQueue queue(2);
+    queue.push(traceMessage("safe", SAFE), nullptr, true);
+    push(queue, "a");
+    push(queue, "b");
+    push(queue, "c");
+    EXPECT_EQ(2u, queue.takeDropped());
+    EXPECT_EQ("safe", pop(queue));
+    EXPECT_EQ("a", pop(queue));
+    push(queue, "d");
+    EXPECT_EQ("d", pop(queue));
+    EXPECT_EQ(0u, queue.takeDropped());
+}
+
+TEST(MessageQueue, Push_FullWithASafeOneBehind_DropsTheOldest)
+{
+    MessageQueue queue(2);
+    push(queue, "a");
+    queue.push(traceMessage("safe", SAFE), nullptr, true);
+    push(queue, "b");
+    push(queue, "c");
+    EXPECT_EQ("safe", pop(queue));
+    EXPECT_EQ("b", pop(queue));
+    EXPECT_EQ(2u, queue.takeDropped());
+}
+
+TEST(MessageQueue, Owned_FullBehindASafeOne_IsReleasedAtOnce)
+{
+    MessageQueue queue(1);
+    queue.push(traceMessage("safe", SAFE), nullptr, true);
+    WatchedText text("a");
+    pushOwned(queue, text);
+    EXPECT_EQ(1, text.releases());
+    EXPECT_EQ("safe", pop(queue));
 }
 
 TEST(MessageQueue, Capacity_Zero_IsOne)

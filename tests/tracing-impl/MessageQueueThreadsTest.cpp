@@ -139,6 +139,21 @@ TEST(MessageQueueThreads, PushThatWaits_RoomForOne_KeepsOrder)
     EXPECT_EQ(0u, queue.takeDropped());
 }
 
+TEST(MessageQueueThreads, PushThatWaits_AllIsTaken_GoesOnBeforeItIsWritten)
+{
+    for (int round = 0; round < 100; ++round) {
+        MessageQueue queue(2);
+        push(queue, "a", false);
+        push(queue, "b", false);
+        std::thread pushing([&] { push(queue, "c", true); });
+        std::this_thread::yield();
+        EXPECT_EQ("a", pop(queue));
+        pushing.join();
+        EXPECT_EQ("bc", popMany(queue, 2));
+        EXPECT_EQ(0u, queue.takeDropped());
+    }
+}
+
 TEST(MessageQueueThreads, PushThatWaits_OtherTakesTheOldestsRoom_GoesOnWaiting)
 {
     MessageQueue queue(1);

@@ -76,4 +76,16 @@ TEST(Printable, ControlCharactersOfTwoBytes_AreWrittenOut)
     EXPECT_EQ("\xc2", printable("\xc2"));
 }
 
+TEST(Printable, FirstByteOfTwoAlone_Stays)
+{
+    EXPECT_EQ("\xc2"
+              "A",
+              printable("\xc2"
+                        "A"));
+    EXPECT_EQ("\xc2\\n", printable("\xc2\n"));
+    EXPECT_EQ("\xc2\\x7f", printable("\xc2\x7f"));
+    EXPECT_EQ("\xc2\\xc2\\x9b", printable("\xc2\xc2\x9b"));
+    EXPECT_EQ("\xc3\x9b", printable("\xc3\x9b"));
+}
+
 } // namespace

@@ -201,6 +201,15 @@ TEST(Watchers, Show_SlowOneAndLongLines_EachIsWholeOrMissed)
     EXPECT_EQ(5002, account.shown + account.missed);
 }
 
+TEST(Watchers, Show_SlowOneAndShortLines_IsToldOfEachMissedLineOnce)
+{
+    const Account account = showToASlowOne(0, 3);
+    EXPECT_EQ(0, account.strange);
+    EXPECT_EQ(0, account.gaps);
+    EXPECT_LT(0, account.missed);
+    EXPECT_EQ(5002, account.shown + account.missed);
+}
+
 TEST(Watchers, Show_SlowOne_OthersMissNothing)
 {
     Watchers watchers;

@@ -49,11 +49,11 @@ int Callbacks::remove(int id)
     const zel::ScopedLock lock(m_mutex);
     const auto hasId = [id](const auto& entry) { return entry.second.id == id; };
     const auto found = std::find_if(m_entries.begin(), m_entries.end(), hasId);
-    if (found == m_entries.end()) return NONE;
-    m_entries.erase(found);
-    while (isUnderWay(id))
+    const bool isThere = found != m_entries.end();
+    if (isThere) m_entries.erase(found);
+    while (isUnderWay(id)) // also of one that was replaced
         m_ended.wait();
-    return 0;
+    return isThere ? 0 : NONE;
 }
 
 /// Returns whether another thread is in the callback.
@@ -86,10 +86,9 @@ void Callbacks::end(int id)
     m_ended.signal_all();
 }
 
-bool Callbacks::call(const std::string& name, std::string bytes)
+/// Returns false if the callback threw.
+bool Callbacks::run(const Entry& entry, std::string& bytes)
 {
-    Entry entry{};
-    if (!begin(name, entry)) return false;
     const auto size = static_cast<unsigned int>(bytes.size());
     try {
         if (entry.object != nullptr)
@@ -97,9 +96,18 @@ bool Callbacks::call(const std::string& name, std::string bytes)
         else
             entry.callback(entry.id, bytes.data(), size);
     } catch (const std::exception&) {
-        complain("a callback has thrown: " + printable(name));
+        return false;
     }
+    return true;
+}
+
+bool Callbacks::call(const std::string& name, std::string bytes)
+{
+    Entry entry{};
+    if (!begin(name, entry)) return false;
+    const bool hasThrown = !run(entry, bytes);
     end(entry.id);
+    if (hasThrown) complain("a callback has thrown: " + printable(name));
     return true;
 }
 

@@ -52,6 +52,7 @@ private:
     };
 
     bool begin(const std::string& name, Entry& entry) ZEL_EXCLUDES(m_mutex);
+    static bool run(const Entry& entry, std::string& bytes);
     void end(int id) ZEL_EXCLUDES(m_mutex);
     bool isUnderWay(int id) const ZEL_REQUIRES(m_mutex);
 

@@ -80,6 +80,7 @@ private:
 
 bool Helper::init(const std::string& processName)
 {
+    if (isOwnThread()) return IClient::s_client != nullptr; // `deinit` may wait for this thread
     const CallerGuard guard;
     const zel::ScopedLock lock(m_mutex);
     if (m_session != nullptr) return true;

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <limits>
 
 #include "Fork.h"
 
@@ -18,9 +19,10 @@ constexpr long long DAY = 24 * HOUR;
 /// Offsets change at such times alone.
 constexpr long long STEP = 15 * MINUTE;
 
+constexpr long UNKNOWN = std::numeric_limits<long>::min();
 /// The step of which the offset is known, counted from 1970, and the offset in seconds. They may
 /// belong to different steps for a moment: then an hour is wrong for one line, once in half a year.
-std::atomic<long> s_step{-1};
+std::atomic<long> s_step{UNKNOWN};
 std::atomic<long> s_offset{0};
 
 /// Rounds down, also below 0.
@@ -51,7 +53,9 @@ long long localSeconds(std::time_t now)
 
 void forgetLocalOffset()
 {
-    s_step = -1;
+    tzset();
+    s_step = UNKNOWN;
+    offsetAt(std::time(nullptr)); // or a child would be the first to ask
 }
 
 /// The proleptic Gregorian calendar in eras of 400 years that begin on the first of March.

@@ -15,7 +15,8 @@ namespace impl {
 /// Returns the local time of `now` as seconds since 1970. Any thread.
 long long localSeconds(std::time_t now);
 
-/// Has the offset asked for anew, for when the environment has changed.
+/// Has the offset asked for anew, for when the environment has changed. To be called once before a
+/// child is forked off.
 void forgetLocalOffset();
 
 /// Append "2000-01-31" and "23:59:59" for such seconds.
