@@ -123,8 +123,7 @@ ChannelTree::Node& ChannelTree::addNode(Node& parent, const std::string& path)
     link.front() = &node.standIn;
     parent.face().m_children.splice(parent.face().m_children.end(), link);
     parent.children.push_back(&node);
-    const short own = ownLevel(node, Levels::LevelNONE);
-    node.level = own == Levels::LevelNONE ? parent.level : own;
+    node.level = levelOf(node, Levels::LevelNONE);
     return node;
 }
 
@@ -278,22 +277,26 @@ short ChannelTree::ownLevel(const Node& node, short initialLevel) const
     return level == Levels::LevelDEFAULT ? initial : level;
 }
 
+/// Returns that level, or the inherited one.
+short ChannelTree::levelOf(const Node& node, short initialLevel) const
+{
+    const short own = ownLevel(node, initialLevel);
+    return own == Levels::LevelNONE ? node.parent->level : own;
+}
+
 /// Brings the levels of the place, and of those below it, up to date.
 void ChannelTree::resolve(Node& node)
 {
-    const short inherited = node.parent->level;
-    const short own = ownLevel(node, node.face().m_initialLevel);
-    node.level = own == Levels::LevelNONE ? inherited : own;
+    node.level = levelOf(node, node.face().m_initialLevel);
     for (Channel* const channel : node.channels)
-        apply(node, *channel, inherited);
+        apply(node, *channel);
     for (Node* const child : node.children)
         resolve(*child);
 }
 
-void ChannelTree::apply(const Node& node, Channel& channel, short inherited)
+void ChannelTree::apply(const Node& node, Channel& channel)
 {
-    const short own = ownLevel(node, channel.m_initialLevel);
-    const short level = own == Levels::LevelNONE ? inherited : own;
+    const short level = levelOf(node, channel.m_initialLevel);
     const bool isDisabled = m_disabled.count(&channel) != 0;
     channel.setFilterLevel(isDisabled ? Levels::LevelDISABLED : level);
     m_observer.channelChanged(node.path, channel.m_filterLevel);

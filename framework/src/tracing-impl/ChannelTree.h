@@ -121,7 +121,8 @@ private:
     bool change(Node& node, short level) ZEL_REQUIRES(m_mutex);
     short ownLevel(const Node& node, short initialLevel) const ZEL_REQUIRES(m_mutex);
     void resolve(Node& node) ZEL_REQUIRES(m_mutex);
-    void apply(const Node& node, Channel& channel, short inherited) ZEL_REQUIRES(m_mutex);
+    void apply(const Node& node, Channel& channel) ZEL_REQUIRES(m_mutex);
+    short levelOf(const Node& node, short initialLevel) const ZEL_REQUIRES(m_mutex);
     ChannelState stateOf(const Node& node, const Channel& channel) const ZEL_REQUIRES(m_mutex);
 
     mutable zel::Mutex m_mutex;

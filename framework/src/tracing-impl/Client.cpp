@@ -10,9 +10,7 @@
 
 #include <common/tracing/Levels.h>
 
-#include "CallerGuard.h"
 #include "CurrentThread.h"
-#include "Fork.h"
 #include "Printable.h"
 #include "StderrSink.h"
 
@@ -49,18 +47,13 @@ Message messageOf(const Channel& channel, short level, short modifiers)
 
 Client::Client(const std::string& name, LevelSettings levels, std::size_t queueLength,
                TimeZones& zones)
-    : m_generation(forkGeneration()), m_name(name), m_zones(zones), m_dispatcher(queueLength),
+    : m_name(name), m_zones(zones), m_dispatcher(queueLength),
       m_tree(m_name, *this, std::move(levels), m_dispatcher)
 {}
 
 Client::~Client()
 {
     m_dispatcher.stop(); // before the tree goes, which sinks may ask for
-}
-
-bool Client::isForked() const
-{
-    return forkGeneration() != m_generation;
 }
 
 void Client::registerThread(const std::string& name)
@@ -110,7 +103,6 @@ void Client::emergencyLog(const std::string& text)
 
 void Client::emergencyBreak()
 {
-    const CallerGuard guard;
     m_dispatcher.flush(true);
     std::raise(SIGTRAP);
 }
@@ -174,7 +166,6 @@ void Client::putText(Message& message, char* text, bool takeOwnership)
 
 void Client::flushMessages(bool value)
 {
-    const CallerGuard guard;
     m_dispatcher.flush(value);
 }
 

@@ -17,6 +17,7 @@
 #include "Callbacks.h"
 #include "ChannelTree.h"
 #include "Dispatcher.h"
+#include "Fork.h"
 #include "RemoteTarget.h"
 #include "TimeZones.h"
 
@@ -82,12 +83,12 @@ public:
     std::list<Channel*> releaseAll() { return m_tree.releaseAll(); }
 
     /// Returns whether this process was forked off from the client's.
-    bool isForked() const;
+    bool isForked() const { return m_process.isForked(); }
 
 private:
     void putText(Message& message, char* text, bool takeOwnership);
 
-    const unsigned int m_generation;
+    const OwnProcess m_process;
     const std::string& m_name;
     TimeZones& m_zones;
     Callbacks m_callbacks;

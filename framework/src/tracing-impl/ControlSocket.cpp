@@ -16,7 +16,6 @@
 
 #include "ControlProtocol.h"
 #include "CurrentThread.h"
-#include "Fork.h"
 #include "SignalGuard.h"
 
 namespace tracing {
@@ -77,14 +76,14 @@ bool isAllowed(int fd)
 } // namespace
 
 ControlSocket::ControlSocket(RemoteTarget& target, std::shared_ptr<Watchers> watchers)
-    : m_target(target), m_watchers(std::move(watchers)), m_generation(forkGeneration())
+    : m_target(target), m_watchers(std::move(watchers))
 {
     m_connections.reserve(MAX_CONNECTIONS);
 }
 
 ControlSocket::~ControlSocket()
 {
-    const bool isOurs = forkGeneration() == m_generation;
+    const bool isOurs = !m_process.isForked();
     if (m_thread != nullptr && isOurs) {
         const char byte = 0;
         while (write(m_wakeUp[1], &byte, 1) == -1 && errno == EINTR) {}
@@ -106,8 +105,7 @@ bool ControlSocket::open(const std::string& path, std::string& reason)
     const int error = errno;
     if (m_listening != NOBODY) close(m_listening);
     m_listening = NOBODY;
-    errno = error;
-    reason = std::generic_category().message(errno);
+    reason = std::generic_category().message(error);
     return false;
 }
 

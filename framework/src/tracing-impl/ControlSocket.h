@@ -17,6 +17,7 @@
 #include <sys/types.h>
 #include <zelbase/time.h>
 
+#include "Fork.h"
 #include "RemoteTarget.h"
 #include "Watchers.h"
 
@@ -80,7 +81,7 @@ private:
     /// Whether the system could not give the last tool a descriptor.
     bool m_isCrowded = false;
     std::unique_ptr<std::thread> m_thread;
-    const unsigned int m_generation;
+    const OwnProcess m_process;
 };
 
 } // namespace impl

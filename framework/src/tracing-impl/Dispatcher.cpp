@@ -12,9 +12,8 @@
 
 #include <common/tracing/Levels.h>
 
-#include "CallerGuard.h"
+#include "../common/error/ReportGuard.h"
 #include "CurrentThread.h"
-#include "Fork.h"
 #include "SignalGuard.h"
 
 namespace tracing {
@@ -36,7 +35,7 @@ bool attempt(const Action& action)
 
 } // namespace
 
-Dispatcher::Dispatcher(std::size_t queueLength) : m_generation(forkGeneration())
+Dispatcher::Dispatcher(std::size_t queueLength)
 {
     if (queueLength != 0) start(queueLength);
 }
@@ -66,8 +65,8 @@ void Dispatcher::start(std::size_t queueLength)
 
 void Dispatcher::put(const Message& message, OwnedText owned)
 {
-    const CallerGuard guard;
-    if (isForked()) {
+    const errorcore::ReportGuard guard;
+    if (m_process.isForked()) {
         attempt([&] { m_fallback.write(message); });
     } else if (m_queue == nullptr) {
         write(message);
@@ -79,7 +78,8 @@ void Dispatcher::put(const Message& message, OwnedText owned)
 
 void Dispatcher::flush(bool waits)
 {
-    if (isForked() || !waits) return; // the thread never rests with work to do
+    if (m_process.isForked() || !waits) return; // the thread never rests with work to do
+    const errorcore::ReportGuard guard;         // it may wait where the standard allows no way out
     if (m_queue != nullptr) m_queue->waitUntilWritten();
     reportDropped();
     flushSinks();
@@ -87,7 +87,7 @@ void Dispatcher::flush(bool waits)
 
 void Dispatcher::stop()
 {
-    if (isForked()) {
+    if (m_process.isForked()) {
         static_cast<void>(m_thread.release()); // it is not in this process
         return;
     }
@@ -99,11 +99,6 @@ void Dispatcher::stop()
     reportDropped();
     flushSinks();
     removeSinks();
-}
-
-bool Dispatcher::isForked() const
-{
-    return forkGeneration() != m_generation;
 }
 
 /// The end of a sink may wait for a thread of its own that waits for the lock.

@@ -16,6 +16,7 @@
 #include <zel/attributes.h>
 
 #include "ChannelTree.h"
+#include "Fork.h"
 #include "MessageQueue.h"
 #include "Sink.h"
 #include "StderrSink.h"
@@ -61,7 +62,6 @@ private:
     void write(const Message& message) ZEL_EXCLUDES(m_sinkMutex);
     template <typename Action>
     bool tellSinks(const Action& action) ZEL_EXCLUDES(m_sinkMutex);
-    bool isForked() const;
     void removeSinks() ZEL_EXCLUDES(m_sinkMutex);
     void flushSinks() ZEL_EXCLUDES(m_sinkMutex);
     void reportDropped();
@@ -76,7 +76,7 @@ private:
     /// Messages that at least one sink failed on, for want of memory or else.
     std::atomic<std::uint64_t> m_failed{0};
     /// The process that the thread and the sinks belong to.
-    const unsigned int m_generation;
+    const OwnProcess m_process;
 };
 
 } // namespace impl

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <new>
 
 #include <dlt/dlt.h>
 #include <syslog.h>
@@ -24,9 +23,8 @@ constexpr std::uint32_t NO_WAIT = 0;
 
 DltLibrary& DltLibrary::instance()
 {
-    alignas(DltLibrary) static unsigned char s_memory[sizeof(DltLibrary)];
-    static DltLibrary* const s_library = new (s_memory) DltLibrary;
-    return *s_library;
+    static zelbase::NeverDestroyed<DltLibrary> s_library;
+    return s_library.object;
 }
 
 bool DltLibrary::start(const std::string& processName)

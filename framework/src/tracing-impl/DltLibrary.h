@@ -10,6 +10,8 @@
 #include <zel/Mutex.h>
 #include <zel/attributes.h>
 
+#include "../zelbase/NeverDestroyed.h"
+
 namespace tracing {
 namespace impl {
 
@@ -33,6 +35,8 @@ public:
     }
 
 private:
+    friend union zelbase::NeverDestroyed<DltLibrary>;
+
     DltLibrary() = default;
     static void processExits();
 

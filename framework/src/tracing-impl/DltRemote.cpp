@@ -4,12 +4,11 @@
 
 #include <cstring>
 #include <exception>
-#include <new>
 #include <utility>
 
 #include <common/tracing/Levels.h>
 
-#include "CallerGuard.h"
+#include "../common/error/ReportGuard.h"
 #include "DltLibrary.h"
 
 namespace tracing {
@@ -32,9 +31,8 @@ short channelLevelOf(std::uint8_t level)
 
 DltRemote& DltRemote::instance()
 {
-    alignas(DltRemote) static unsigned char s_memory[sizeof(DltRemote)];
-    static DltRemote* const s_remote = new (s_memory) DltRemote;
-    return *s_remote;
+    static zelbase::NeverDestroyed<DltRemote> s_remote;
+    return s_remote.object;
 }
 
 bool DltRemote::isServing()
@@ -83,7 +81,7 @@ void DltRemote::add(const std::string& id, const std::string& path)
 
 void DltRemote::levelChanged(char id[DLT_ID_SIZE], std::uint8_t level, std::uint8_t traceStatus)
 {
-    const CallerGuard guard;
+    const errorcore::ReportGuard guard;
     try {
         instance().changeLevel(std::string(id, strnlen(id, DLT_ID_SIZE)), level,
                                traceStatus != REGISTERED);
@@ -136,7 +134,7 @@ bool DltRemote::findPath(const std::string& id, std::string& path)
 
 int DltRemote::injected(std::uint32_t, void* data, std::uint32_t size, void*)
 {
-    const CallerGuard guard;
+    const errorcore::ReportGuard guard;
     try {
         const std::string request(size == 0 ? "" : static_cast<const char*>(data), size);
         return instance().call(request) ? DLT_RETURN_OK : DLT_RETURN_ERROR;

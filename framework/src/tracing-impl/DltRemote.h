@@ -14,6 +14,7 @@
 #include <zel/Mutex.h>
 #include <zel/attributes.h>
 
+#include "../zelbase/NeverDestroyed.h"
 #include "RemoteTarget.h"
 
 namespace tracing {
@@ -62,6 +63,8 @@ private:
         /// Until when a level is the daemon's answer.
         Clock::time_point answerEnd;
     };
+
+    friend union zelbase::NeverDestroyed<DltRemote>;
 
     DltRemote() = default;
     void registerControl() ZEL_REQUIRES(m_targetMutex);

@@ -12,6 +12,17 @@ namespace impl {
 /// thread; costs no call of the system.
 unsigned int forkGeneration();
 
+/// Remembers the process in which it was made.
+class OwnProcess
+{
+public:
+    /// Returns whether this process was forked off from that one.
+    bool isForked() const { return forkGeneration() != m_generation; }
+
+private:
+    const unsigned int m_generation = forkGeneration();
+};
+
 } // namespace impl
 } // namespace tracing
 

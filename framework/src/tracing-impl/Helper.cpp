@@ -13,12 +13,12 @@
 #include <zel/Mutex.h>
 #include <zel/attributes.h>
 
-#include "CallerGuard.h"
+#include "../common/error/ReportGuard.h"
+#include "../zelbase/NeverDestroyed.h"
 #include "Client.h"
 #include "ControlSocket.h"
 #include "CurrentThread.h"
 #include "LocalTime.h"
-#include "Printable.h"
 #include "Settings.h"
 #include "Sinks.h"
 #include "StderrSink.h"
@@ -81,7 +81,7 @@ private:
 bool Helper::init(const std::string& processName)
 {
     if (isOwnThread()) return IClient::s_client != nullptr; // `deinit` may wait for this thread
-    const CallerGuard guard;
+    const errorcore::ReportGuard guard;
     const zel::ScopedLock lock(m_mutex);
     if (m_session != nullptr) return true;
     try {
@@ -112,8 +112,7 @@ void Helper::openControl(Session& session)
     const std::string& path = session.controlPath;
     std::string reason;
     if (!path.empty() && !session.control.open(path, reason))
-        complain(std::string(CONTROL_VARIABLE) + ": '" + printable(path) +
-                 "' is ignored: " + printable(reason));
+        complain(ignoredLine(CONTROL_VARIABLE, path, reason));
 }
 
 void Helper::addSinks(Session& session, const Settings& settings)
@@ -124,8 +123,7 @@ void Helper::addSinks(Session& session, const Settings& settings)
         std::string reason;
         SinkPtr sink = makeSink(setting, context, reason);
         if (sink == nullptr) {
-            complain(std::string(SINKS_VARIABLE) + ": '" + printable(setting.text) +
-                     "' is ignored: " + printable(reason));
+            complain(ignoredLine(SINKS_VARIABLE, setting.text, reason));
             continue;
         }
         session.client.addSink(std::move(sink));
@@ -153,7 +151,7 @@ void Helper::deinit()
         complain("deinit from a callback is ignored");
         return;
     }
-    const CallerGuard guard;
+    const errorcore::ReportGuard guard;
     const zel::ScopedLock lock(m_mutex);
     if (m_session == nullptr) return;
     ChannelList* const list = ChannelList::getInstance();
@@ -178,9 +176,8 @@ IClient* Helper::getClient()
 /// Never destroyed: exit handlers of others may still call it.
 Helper& helper()
 {
-    alignas(Helper) static unsigned char s_memory[sizeof(Helper)];
-    static Helper* const s_helper = new (s_memory) Helper;
-    return *s_helper;
+    static zelbase::NeverDestroyed<Helper> s_helper;
+    return s_helper.object;
 }
 
 /// Makes the helper the process's when the library is loaded.

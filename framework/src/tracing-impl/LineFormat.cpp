@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <common/UUID.h>
 #include <common/tracing/Levels.h>
 
 #include "LocalTime.h"
@@ -15,16 +16,13 @@ namespace impl {
 
 namespace {
 
-constexpr const char* HEX_DIGITS = "0123456789abcdef";
 constexpr unsigned int NANOSECONDS_OF_A_MICROSECOND = 1000;
 
 void appendBytes(std::string& out, std::string_view bytes)
 {
     for (const char c : bytes.substr(0, MAX_SHOWN_BYTES)) {
-        const auto byte = static_cast<unsigned char>(c);
         out += ' ';
-        out += HEX_DIGITS[byte >> 4];
-        out += HEX_DIGITS[byte & 0xF];
+        std::UUID::appendHex(out, static_cast<unsigned char>(c));
     }
     if (bytes.size() > MAX_SHOWN_BYTES) out += " ...";
 }

@@ -33,10 +33,9 @@ long long dividedBy(long long seconds, long long unit)
 
 long offsetAt(std::time_t now)
 {
-    static const unsigned int s_generation = forkGeneration();
+    static const OwnProcess s_process;
     const auto step = static_cast<long>(dividedBy(now, STEP));
-    const bool isChild = forkGeneration() != s_generation;
-    if (isChild || s_step.load(std::memory_order_relaxed) == step) return s_offset;
+    if (s_process.isForked() || s_step.load(std::memory_order_relaxed) == step) return s_offset;
     std::tm fields = {};
     if (localtime_r(&now, &fields) == nullptr) return s_offset;
     s_offset = fields.tm_gmtoff;

@@ -2,12 +2,12 @@
 
 #include "Printable.h"
 
+#include <common/UUID.h>
+
 namespace tracing {
 namespace impl {
 
 namespace {
-
-constexpr const char* HEX_DIGITS = "0123456789abcdef";
 
 /// Returns how many bytes the control character at the beginning of `text` has, 0 for another one.
 std::size_t controlSize(std::string_view text)
@@ -22,14 +22,12 @@ std::size_t controlSize(std::string_view text)
 
 void appendEscaped(std::string& out, char c)
 {
-    const auto byte = static_cast<unsigned char>(c);
     switch (c) {
     case '\n': out += "\\n"; break;
     case '\r': out += "\\r"; break;
     default:
         out += "\\x";
-        out += HEX_DIGITS[byte >> 4];
-        out += HEX_DIGITS[byte & 0xF];
+        std::UUID::appendHex(out, static_cast<unsigned char>(c));
         break;
     }
 }

@@ -24,7 +24,7 @@ constexpr std::string_view UNITS = "KMG"; // of bytes, each 1024 of the one befo
 
 void ignore(const char* variable, std::string_view what, const char* why, Ignored& ignored)
 {
-    ignored.push_back(std::string(variable) + ": '" + printable(what) + "' is ignored: " + why);
+    ignored.push_back(ignoredLine(variable, what, why));
 }
 
 /// Calls `take` with each piece of `text` that is not empty.
@@ -125,6 +125,11 @@ std::optional<short> levelOf(std::string_view name)
     const auto found = std::find(begin, std::end(Levels::NAMES), name);
     if (found == std::end(Levels::NAMES)) return {};
     return static_cast<short>(found - begin);
+}
+
+std::string ignoredLine(const char* variable, std::string_view what, std::string_view why)
+{
+    return std::string(variable) + ": '" + printable(what) + "' is ignored: " + printable(why);
 }
 
 void readLevels(std::string_view text, LevelSettings& settings, Ignored& ignored)

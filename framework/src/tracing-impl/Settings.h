@@ -81,6 +81,9 @@ using Ignored = std::vector<std::string>;
 /// Returns the level of a name out of `Levels::NAMES`, or nothing.
 std::optional<short> levelOf(std::string_view name);
 
+/// Returns the line that says that a part of `variable` is ignored, without its end.
+std::string ignoredLine(const char* variable, std::string_view what, std::string_view why);
+
 /// Read one variable each into what `settings` has; append what they ignore.
 void readLevels(std::string_view text, LevelSettings& settings, Ignored& ignored);
 void readSinks(std::string_view text, std::vector<SinkSettings>& sinks, Ignored& ignored);

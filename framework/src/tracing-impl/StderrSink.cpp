@@ -4,8 +4,8 @@
 
 #include <unistd.h>
 
+#include "../common/error/ReportGuard.h"
 #include "../zelposix/Descriptor.h"
-#include "CallerGuard.h"
 #include "LineFormat.h"
 
 namespace tracing {
@@ -13,7 +13,7 @@ namespace impl {
 
 void writeToStderr(std::string_view text)
 {
-    const CallerGuard guard;
+    const errorcore::ReportGuard guard;
     const int fd = STDERR_FILENO;
     const auto size = static_cast<unsigned int>(text.size());
     posixcore::writeSome(posixcore::PIPE, fd, text.data(), size, true);
