@@ -16,8 +16,9 @@ class Random
 public:
     explicit Random(unsigned int seed) : m_engine(seed) {}
 
+    unsigned int number() { return static_cast<unsigned int>(m_engine()); }
     /// A number below `limit`.
-    unsigned int below(unsigned int limit) { return static_cast<unsigned int>(m_engine()) % limit; }
+    unsigned int below(unsigned int limit) { return number() % limit; }
     bool oneIn(unsigned int count) { return below(count) == 0; }
     char byte() { return static_cast<char>(below(256)); }
 

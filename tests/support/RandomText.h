@@ -6,21 +6,19 @@
 #ifndef ZELCOMMON_TESTS_SUPPORT_RANDOMTEXT_H
 #define ZELCOMMON_TESTS_SUPPORT_RANDOMTEXT_H
 
-#include <random>
 #include <utility>
 #include <vector>
 
+#include <support/Random.h>
 #include <support/SlowText.h>
 
 namespace support {
 
-class RandomText
+class RandomText : private Random
 {
 public:
-    explicit RandomText(unsigned int seed) : m_engine(seed) {}
-
-    /// A number below `limit`.
-    unsigned int below(unsigned int limit) { return static_cast<unsigned int>(m_engine()) % limit; }
+    using Random::below;
+    using Random::Random;
 
     slow::Encoding encoding() { return static_cast<slow::Encoding>(below(4)); }
 
@@ -32,7 +30,7 @@ public:
             0xDBFF,   0xDC00,    0xDFFF,    0xE000,     0xFEFF,     0xFFFD,     0xFFFE,    0xFFFF,
             0x10000,  0x1D7FF,   0x1D800,   0x1DFFF,    0x1E000,    0x10FFFF,   0x110000,  0x1FFFFF,
             0x200000, 0x3FFFFFF, 0x4000000, 0x7FFFFFFF, 0x80000000, 0x8000D800, 0xFFFFFFFF};
-        if (below(4) == 0) return static_cast<unsigned int>(m_engine());
+        if (below(4) == 0) return number();
         return pick(LIMITS);
     }
 
@@ -151,8 +149,6 @@ private:
                                                         {0xFF, 0xFF, 0xFF, 0xFF}};
         return pick(PIECES);
     }
-
-    std::mt19937 m_engine;
 };
 
 } // namespace support
