@@ -12,6 +12,11 @@
 #include <common/IBinOutputStream.h>
 #include <zel/attributes.h>
 
+namespace posixcore {
+/// How a closed peer is kept from sending SIGPIPE; private.
+enum DescriptorKind : int;
+} // namespace posixcore
+
 namespace zel {
 
 /// Writes to a descriptor; a call that a signal interrupts is made again. A blocking stream goes on
@@ -46,8 +51,7 @@ protected:
 
 private:
     const int m_fd;
-    /// How a closed peer is kept from sending SIGPIPE, a value of the private `DescriptorKind`.
-    const int m_kind;
+    const posixcore::DescriptorKind m_kind;
 };
 
 } // namespace zel

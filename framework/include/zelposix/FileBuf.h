@@ -13,6 +13,11 @@
 #include <common/streams/fstream.h>
 #include <zel/attributes.h>
 
+namespace posixcore {
+/// How a closed peer is kept from sending SIGPIPE; private.
+enum DescriptorKind : int;
+} // namespace posixcore
+
 namespace zel {
 
 /// A file that is read or written, and changes over by a seek alone. In difference to its base a
@@ -81,8 +86,7 @@ private:
     ZEL_LOCAL int release();
 
     int m_fd = NO_FILE;
-    /// How a closed peer is kept from sending SIGPIPE, a value of the private `DescriptorKind`.
-    int m_kind = 0;
+    posixcore::DescriptorKind m_kind{};
     /// Bytes at the front of the put area that are out, though the write as a whole has failed.
     unsigned int m_out = 0;
 };

@@ -21,8 +21,7 @@ FdOutputStream::~FdOutputStream()
 
 bool FdOutputStream::performWrite(const void* data, unsigned int size, unsigned int& written)
 {
-    const auto kind = static_cast<posixcore::DescriptorKind>(m_kind);
-    const posixcore::Transfer transfer = posixcore::writeSome(kind, m_fd, data, size, blocking);
+    const posixcore::Transfer transfer = posixcore::writeSome(m_kind, m_fd, data, size, blocking);
     written = transfer.count;
     // Here only a stream that is not blocking has EAGAIN: nothing is taken, which is a success.
     if (transfer.error == 0 || transfer.error == EAGAIN) return false;

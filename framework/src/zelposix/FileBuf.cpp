@@ -137,9 +137,8 @@ int FileBuf::readBlock(char* data, unsigned int size, int& count)
 
 int FileBuf::writeBlock(const char* data, unsigned int size, unsigned int& written)
 {
-    const auto kind = static_cast<posixcore::DescriptorKind>(m_kind);
     const posixcore::Transfer transfer =
-        posixcore::writeSome(kind, m_fd, data + m_out, size - m_out, true);
+        posixcore::writeSome(m_kind, m_fd, data + m_out, size - m_out, true);
     written = m_out + transfer.count;
     m_out = transfer.error == 0 ? 0 : written;
     if (transfer.error == 0) return 0;
