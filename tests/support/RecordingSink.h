@@ -96,7 +96,6 @@ public:
     {
         m_record.add("changed " + path + ' ' + std::to_string(level));
     }
-    void channelGone(const std::string& path) override { m_record.add("gone " + path); }
 
 private:
     SinkRecord& m_record;

@@ -20,7 +20,7 @@
 
 namespace support {
 
-/// Notes what it is told: " net=3" for a channel that changed, " -net" for one that has gone.
+/// Notes what it is told: " net=3" for a channel that changed.
 class RecordingObserver : public tracing::impl::ChannelObserver
 {
 public:
@@ -28,7 +28,6 @@ public:
     {
         m_calls += " " + path + "=" + std::to_string(level);
     }
-    void channelGone(const std::string& path) override { m_calls += " -" + path; }
 
     /// Returns the calls since the last time this was asked.
     std::string takeCalls() { return std::exchange(m_calls, ""); }

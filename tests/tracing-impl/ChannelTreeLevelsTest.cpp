@@ -295,7 +295,7 @@ TEST(ChannelTreeLevels, Observer_IsToldOfTheChannelAndOfWhatIsBelow)
     EXPECT_TRUE(pump.tree.setEnabled(*a, false));
     EXPECT_EQ(" a=8 a_b=1", pump.observer.takeCalls());
     a.reset();
-    EXPECT_EQ(" -a a_b=3", pump.observer.takeCalls());
+    EXPECT_EQ(" a_b=3", pump.observer.takeCalls());
 }
 
 TEST(ChannelTreeLevels, Observer_IsToldNothingWhereNothingHappens)

@@ -71,7 +71,6 @@ constexpr const char* BOTTOM =
 struct SilentObserver : ChannelObserver
 {
     void channelChanged(const std::string&, short) override { ++changed; }
-    void channelGone(const std::string&) override {}
     int changed = 0;
 };
 

@@ -42,7 +42,7 @@ void useAll(MessageQueue& queue)
 {
     QueuedMessage message;
     for (int i = 0; i < 2; ++i) {
-        queue.push(traceMessage("a"), nullptr, false);
+        queue.push(traceMessage("a"), nullptr);
         EXPECT_TRUE(queue.pop(message));
     }
 }
@@ -50,9 +50,9 @@ void useAll(MessageQueue& queue)
 TEST(ClientMemory, Push_FirstMessageAndNoMemory_IsDropped)
 {
     MessageQueue queue(4);
-    attemptsOf([&] { queue.push(traceMessage("a"), nullptr, false); });
+    attemptsOf([&] { queue.push(traceMessage("a"), nullptr); });
     EXPECT_EQ(1u, queue.takeDropped());
-    queue.push(traceMessage("b"), nullptr, false);
+    queue.push(traceMessage("b"), nullptr);
     QueuedMessage message;
     ASSERT_TRUE(queue.pop(message));
     EXPECT_EQ("b", message.message().payload);
@@ -62,7 +62,7 @@ TEST(ClientMemory, Push_ShortText_TakesNone)
 {
     MessageQueue queue(4);
     useAll(queue);
-    EXPECT_EQ(0, attemptsOf([&] { queue.push(traceMessage("a"), nullptr, false); }));
+    EXPECT_EQ(0, attemptsOf([&] { queue.push(traceMessage("a"), nullptr); }));
     QueuedMessage message;
     EXPECT_EQ(0, attemptsOf([&] { EXPECT_TRUE(queue.pop(message)); }));
     EXPECT_EQ("a", message.message().payload);
@@ -72,9 +72,9 @@ TEST(ClientMemory, Push_LongTextAndNoMemory_IsDropped)
 {
     MessageQueue queue(4);
     const std::string text(1000, 'x');
-    attemptsOf([&] { queue.push(traceMessage(text), nullptr, false); });
+    attemptsOf([&] { queue.push(traceMessage(text), nullptr); });
     EXPECT_EQ(1u, queue.takeDropped());
-    queue.push(traceMessage("b"), nullptr, false);
+    queue.push(traceMessage("b"), nullptr);
     QueuedMessage message;
     ASSERT_TRUE(queue.pop(message));
     EXPECT_EQ("b", message.message().payload);
@@ -86,7 +86,7 @@ TEST(ClientMemory, Push_OwnedText_TakesNone)
     useAll(queue);
     OwnedText text(new char[1000]());
     const tracing::impl::Message sent = traceMessage({text.get(), 999});
-    EXPECT_EQ(0, attemptsOf([&] { queue.push(sent, std::move(text), false); }));
+    EXPECT_EQ(0, attemptsOf([&] { queue.push(sent, std::move(text)); }));
     QueuedMessage message;
     ASSERT_TRUE(queue.pop(message));
     EXPECT_EQ(999u, message.message().payload.size());

@@ -326,7 +326,7 @@ TEST_F(ClientTest, Channels_AreRegisteredAndTold)
     m_impl.channelUnregistered(&tcp);
     EXPECT_EQ(nullptr, tcp.m_client);
     EXPECT_EQ(6, tcp.m_filterLevel);
-    EXPECT_EQ("changed net_tcp 2\ngone net_tcp\n", m_record.take());
+    EXPECT_EQ("changed net_tcp 2\n", m_record.take());
 }
 
 TEST_F(ClientTest, RemoteTarget_ChannelsAndLevels)

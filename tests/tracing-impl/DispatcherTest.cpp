@@ -37,7 +37,6 @@ public:
     void write(const Message&) override { throw std::runtime_error("full"); }
     void flush() override { throw std::bad_alloc(); }
     void channelChanged(const std::string&, short) override { throw std::bad_alloc(); }
-    void channelGone(const std::string&) override { throw std::bad_alloc(); }
 };
 
 /// Fails on the message "bad".
@@ -212,8 +211,7 @@ TEST_F(DispatcherTest, Channels_AreForwarded)
 {
     addRecord(m_record);
     m_dispatcher.channelChanged("net_tcp", 3);
-    m_dispatcher.channelGone("net");
-    EXPECT_EQ("changed net_tcp 3\ngone net\n", m_record.take());
+    EXPECT_EQ("changed net_tcp 3\n", m_record.take());
 }
 
 TEST_F(DispatcherTest, Channels_SinkThrows_OthersAreTold)
@@ -221,8 +219,7 @@ TEST_F(DispatcherTest, Channels_SinkThrows_OthersAreTold)
     m_dispatcher.addSink(std::make_unique<FailingSink>());
     addRecord(m_record);
     m_dispatcher.channelChanged("net_tcp", 3);
-    m_dispatcher.channelGone("net");
-    EXPECT_EQ("changed net_tcp 3\ngone net\n", m_record.take());
+    EXPECT_EQ("changed net_tcp 3\n", m_record.take());
 }
 
 TEST_F(DispatcherTest, Channels_SinkThrows_IsNoMessage)

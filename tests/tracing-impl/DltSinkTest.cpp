@@ -3,76 +3,25 @@
 // The sink, with a stand-in for DLT's library. tracing-impl/dlt/run has the real one.
 
 #include <cstdlib>
-#include <functional>
 #include <iostream>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <common/tracing/Levels.h>
-#include <gtest/gtest.h>
-#include <tracing-impl/Sinks.h>
 
 #include "support/ChildProcess.h"
-#include "tracing-impl/dlt/FakeDlt.h"
-
-extern "C" tracing::impl::Sink*
-tracing_impl_make_dlt_sink(const tracing::impl::SinkContext& context);
+#include "tracing-impl/dlt/DltSinkFixture.h"
 
 namespace {
 
+using fakedlt::Calls;
 using tracing::Levels;
 using tracing::Modifiers;
 using tracing::impl::Message;
 using tracing::impl::SinkPtr;
-using Calls = std::vector<std::string>;
 
-constexpr std::uint8_t CHANGED = DLT_TRACE_STATUS_ON;
-constexpr std::uint8_t ANSWERED = DLT_TRACE_STATUS_OFF;
-
-/// Writes down what is asked of the process.
-class RecordingTarget final : public tracing::impl::RemoteTarget
-{
-public:
-    std::vector<tracing::impl::ChannelState> channels() override { return {}; }
-    bool setLevel(const std::string& path, short level) override
-    {
-        calls.push_back(path + "=" + Levels::NAMES[level]);
-        if (onLevel) onLevel();
-        return true;
-    }
-    bool call(const std::string& name, std::string bytes) override
-    {
-        calls.push_back(name + "(" + bytes + ")");
-        return name != "unknown";
-    }
-
-    Calls calls;
-    std::function<void()> onLevel;
-};
-
-class DltSink : public testing::Test
-{
-protected:
-    DltSink() { fakedlt::reset(); }
-
-    SinkPtr make(const std::string& name = "pump")
-    {
-        m_name = name;
-        return SinkPtr(tracing_impl_make_dlt_sink({m_name, m_zones, m_target}));
-    }
-    /// A sink whose start is not among the calls.
-    SinkPtr makeQuietly()
-    {
-        SinkPtr sink = make();
-        fakedlt::takeCalls();
-        return sink;
-    }
-
-    std::string m_name;
-    tracing::impl::TimeZones m_zones;
-    RecordingTarget m_target;
-};
+class DltSink : public fakedlt::SinkFixture
+{};
 
 Message textMessage(const char* path, short level, std::string_view text)
 {
@@ -154,7 +103,6 @@ TEST_F(DltSink, RegistersAContext_ForEachPathOnce)
     sink->channelChanged("ctrl", Levels::LevelOFF);
     sink->channelChanged("audio", Levels::LevelDISABLED);
     sink->channelChanged("net_tcp", Levels::LevelINFO);
-    sink->channelGone("net_tcp");
     sink->channelChanged("net_tcp", Levels::LevelINFO);
     EXPECT_EQ(fakedlt::takeCalls(), (Calls{"context NETT 6 1 net_tcp", "context NET1 1 1 net_two",
                                            "context CTR1 0 1 ctrl", "context AUDI 0 1 audio"}));
@@ -202,7 +150,7 @@ TEST_F(DltSink, WritesWhatItIsGiven_WhateverDltsOwnFilter)
     sink->channelChanged("net", Levels::LevelFATAL);
     fakedlt::takeCalls();
     sink->write(textMessage("net", Levels::LevelTRACE, "after a change on our side"));
-    fakedlt::changeLevel("NET", DLT_LOG_OFF, ANSWERED);
+    fakedlt::changeLevel("NET", DLT_LOG_OFF, fakedlt::ANSWERED);
     sink->write(textMessage("net", Levels::LevelFATAL, "after an answer"));
     EXPECT_EQ(fakedlt::takeCalls(),
               (Calls{"text NET 6 after a change on our side", "text NET 1 after an answer"}));
@@ -310,84 +258,6 @@ TEST_F(DltSink, WritesATimeStampIntoTheText_ThatDltCannotHold)
     sink->write(stampedMessage(-1));
     EXPECT_EQ(fakedlt::takeCalls(),
               (Calls{"text NET 4 @4294967296 hello", "text NET 4 @-1 hello"}));
-}
-
-TEST_F(DltSink, BringsLevelsToTheTarget)
-{
-    const SinkPtr sink = makeQuietly();
-    sink->channelChanged("net_tcp", Levels::LevelINFO);
-    fakedlt::changeLevel("NETT", DLT_LOG_VERBOSE, CHANGED);
-    fakedlt::changeLevel("NETT", DLT_LOG_FATAL, CHANGED);
-    fakedlt::changeLevel("NETT", DLT_LOG_OFF, CHANGED);
-    fakedlt::changeLevel("NETT", 255, CHANGED);
-    EXPECT_EQ(m_target.calls,
-              (Calls{"net_tcp=trace", "net_tcp=fatal", "net_tcp=off", "net_tcp=default"}));
-}
-
-TEST_F(DltSink, CanBeToldOfAChannel_WhileItBringsALevel)
-{
-    const SinkPtr sink = makeQuietly();
-    sink->channelChanged("net", Levels::LevelINFO);
-    m_target.onLevel = [&sink] { sink->channelChanged("net_tcp", Levels::LevelDEBUG); };
-    fakedlt::takeCalls();
-    fakedlt::changeLevel("NET", DLT_LOG_DEBUG, CHANGED);
-    EXPECT_EQ(fakedlt::takeCalls(), Calls{"context NETT 5 1 net_tcp"});
-}
-
-TEST_F(DltSink, LeavesOutWhatADaemonAnswers)
-{
-    const SinkPtr sink = makeQuietly();
-    sink->channelChanged("net", Levels::LevelTRACE);
-    sink->channelChanged("audio", Levels::LevelTRACE);
-    fakedlt::changeLevel("CTRL", DLT_LOG_INFO, ANSWERED);
-    fakedlt::changeLevel("NET", DLT_LOG_INFO, ANSWERED);
-    fakedlt::changeLevel("NET", DLT_LOG_WARN, ANSWERED);
-    fakedlt::changeLevel("AUDI", DLT_LOG_INFO, ANSWERED);
-    EXPECT_EQ(m_target.calls, Calls{"net=warning"});
-}
-
-TEST_F(DltSink, RegistersItsOwnContextOnceMore_ForEachDaemon)
-{
-    const Calls once = {"context CTRL 0 1 control of the process", "injection CTRL 4096"};
-    const SinkPtr sink = makeQuietly();
-    fakedlt::changeLevel("CTRL", DLT_LOG_INFO, ANSWERED);
-    EXPECT_EQ(fakedlt::takeCalls(), once);
-    fakedlt::changeLevel("CTRL", DLT_LOG_INFO, ANSWERED);
-    EXPECT_EQ(fakedlt::takeCalls(), once);
-    fakedlt::changeLevel("CTRL", DLT_LOG_INFO, ANSWERED); // for the second time it was registered
-    EXPECT_EQ(fakedlt::takeCalls(), Calls{});
-}
-
-TEST_F(DltSink, TakesALevelForAll_AsAChange)
-{
-    const SinkPtr sink = makeQuietly();
-    sink->channelChanged("net", Levels::LevelTRACE);
-    fakedlt::changeLevel("CTRL", DLT_LOG_INFO, CHANGED);
-    fakedlt::changeLevel("NET", DLT_LOG_INFO, CHANGED);
-    EXPECT_EQ(m_target.calls, Calls{"net=info"});
-}
-
-TEST_F(DltSink, CallsWhatIsInjected)
-{
-    const SinkPtr sink = makeQuietly();
-    EXPECT_EQ(fakedlt::inject("restart"), DLT_RETURN_OK);
-    EXPECT_EQ(fakedlt::inject("restart now, please"), DLT_RETURN_OK);
-    EXPECT_EQ(fakedlt::inject("restart "), DLT_RETURN_OK);
-    EXPECT_EQ(fakedlt::inject(std::string("a b\0c", 5)), DLT_RETURN_OK);
-    EXPECT_EQ(fakedlt::inject("unknown"), DLT_RETURN_ERROR);
-    EXPECT_EQ(fakedlt::inject(""), DLT_RETURN_OK);
-    EXPECT_EQ(m_target.calls, (Calls{"restart()", "restart(now, please)", "restart()",
-                                     std::string("a(b\0c)", 6), "unknown()", "()"}));
-}
-
-TEST_F(DltSink, BringsNothing_AfterItsEnd)
-{
-    SinkPtr sink = makeQuietly();
-    sink->channelChanged("net", Levels::LevelINFO);
-    sink.reset();
-    fakedlt::changeLevel("NET", DLT_LOG_VERBOSE, CHANGED);
-    EXPECT_EQ(fakedlt::inject("restart"), DLT_RETURN_ERROR);
-    EXPECT_EQ(m_target.calls, Calls{});
 }
 
 /// The sink that is written to, and destroyed, after DLT was freed by its exit handler.

@@ -31,7 +31,6 @@ protected:
     {
         setZone("UTC");
         m_message.path = "net_tcp";
-        m_message.channelId = 3;
         m_message.level = 3;
         m_message.payload = "peer 7 has gone";
         m_message.time = {1795262400, 123456789}; // 2026-11-21 12:00:00 in UTC

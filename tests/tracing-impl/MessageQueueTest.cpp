@@ -24,12 +24,12 @@ constexpr short SAFE = 2;
 
 void push(MessageQueue& queue, std::string_view text)
 {
-    queue.push(traceMessage(text), nullptr, false);
+    queue.push(traceMessage(text), nullptr);
 }
 
 void pushOwned(MessageQueue& queue, WatchedText& text)
 {
-    queue.push(traceMessage(text.get()), OwnedText(text.get()), false);
+    queue.push(traceMessage(text.get()), OwnedText(text.get()));
 }
 
 /// Returns the text of the oldest message, "(end)" if there is none in a closed queue.
@@ -70,7 +70,6 @@ TEST(MessageQueue, Pop_AllFields)
     MessageQueue queue(1);
     Message message = {};
     message.path = "net_tcp";
-    message.channelId = 7;
     message.level = 4;
     message.modifiers = 6;
     message.isRaw = true;
@@ -81,12 +80,11 @@ TEST(MessageQueue, Pop_AllFields)
     message.stamp = -9;
     message.threadId = 4711;
     message.threadName = "receiver";
-    queue.push(message, nullptr, false);
+    queue.push(message, nullptr);
     QueuedMessage popped;
     ASSERT_TRUE(queue.pop(popped));
     const Message& found = popped.message();
     EXPECT_EQ("net_tcp", found.path);
-    EXPECT_EQ(7, found.channelId);
     EXPECT_EQ(4, found.level);
     EXPECT_EQ(6, found.modifiers);
     EXPECT_TRUE(found.isRaw);
@@ -148,7 +146,7 @@ TEST(MessageQueue, Push_Full_DropsTheOldest)
 TEST(MessageQueue, Push_FullBehindASafeOne_DropsTheNewOne)
 {
     MessageQueue queue(2);
-    queue.push(traceMessage("safe", SAFE), nullptr, true);
+    queue.push(traceMessage("safe", SAFE), nullptr);
     push(queue, "a");
     push(queue, "b");
     push(queue, "c");
@@ -164,7 +162,7 @@ TEST(MessageQueue, Push_FullWithASafeOneBehind_DropsTheOldest)
 {
     MessageQueue queue(2);
     push(queue, "a");
-    queue.push(traceMessage("safe", SAFE), nullptr, true);
+    queue.push(traceMessage("safe", SAFE), nullptr);
     push(queue, "b");
     push(queue, "c");
     EXPECT_EQ("safe", pop(queue));
@@ -175,7 +173,7 @@ TEST(MessageQueue, Push_FullWithASafeOneBehind_DropsTheOldest)
 TEST(MessageQueue, Owned_FullBehindASafeOne_IsReleasedAtOnce)
 {
     MessageQueue queue(1);
-    queue.push(traceMessage("safe", SAFE), nullptr, true);
+    queue.push(traceMessage("safe", SAFE), nullptr);
     WatchedText text("a");
     pushOwned(queue, text);
     EXPECT_EQ(1, text.releases());
@@ -196,7 +194,7 @@ TEST(MessageQueue, Capacity_Zero_IsOne)
 TEST(MessageQueue, Push_WaitsWithRoom_ReturnsAtOnce)
 {
     MessageQueue queue(1);
-    queue.push(traceMessage("a"), nullptr, true);
+    queue.push(traceMessage("a"), nullptr);
     EXPECT_EQ("a", pop(queue));
     EXPECT_EQ(0u, queue.takeDropped());
 }
@@ -219,7 +217,7 @@ TEST(MessageQueue, Push_Closed_IsDropped)
     push(queue, "a");
     queue.close();
     push(queue, "b");
-    queue.push(traceMessage("c"), nullptr, true);
+    queue.push(traceMessage("c"), nullptr);
     EXPECT_EQ(2u, queue.takeDropped());
     EXPECT_EQ("a", pop(queue));
     EXPECT_EQ("(end)", pop(queue));
@@ -231,7 +229,7 @@ TEST(MessageQueue, Push_ClosedAndFull_KeepsTheOldest)
     push(queue, "a");
     queue.close();
     push(queue, "b");
-    queue.push(traceMessage("c"), nullptr, true);
+    queue.push(traceMessage("c"), nullptr);
     EXPECT_EQ("a", pop(queue));
     EXPECT_EQ(2u, queue.takeDropped());
 }

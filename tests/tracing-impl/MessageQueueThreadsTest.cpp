@@ -27,10 +27,17 @@ using tracing::impl::QueuedMessage;
 constexpr int THREADS = 16;
 constexpr int MESSAGES = 500;
 constexpr std::uint64_t ALL_MESSAGES = 8000;
+constexpr short PLAIN = 0;
+constexpr short SAFE = 2;
 
-void push(MessageQueue& queue, std::string_view text, bool waits)
+void push(MessageQueue& queue, std::string_view text)
 {
-    queue.push(traceMessage(text), nullptr, waits);
+    queue.push(traceMessage(text), nullptr);
+}
+
+void pushSafely(MessageQueue& queue, std::string_view text)
+{
+    queue.push(traceMessage(text, SAFE), nullptr);
 }
 
 std::string pop(MessageQueue& queue)
@@ -76,24 +83,24 @@ private:
     std::array<int, THREADS> m_last{};
 };
 
-void pushMany(MessageQueue& queue, int thread, bool waits)
+void pushMany(MessageQueue& queue, int thread, short modifiers)
 {
     for (int number = 1; number <= MESSAGES; ++number) {
         const std::string text = std::to_string(thread) + ' ' + std::to_string(number);
         auto* const copy = new char[text.size() + 1];
         std::strcpy(copy, text.c_str());
-        queue.push(traceMessage(copy), OwnedText(copy), waits);
+        queue.push(traceMessage(copy, modifiers), OwnedText(copy));
     }
 }
 
 /// Sixteen threads push, a message after the other, and one pops all that.
-Arrivals pushAndPop(MessageQueue& queue, bool waits)
+Arrivals pushAndPop(MessageQueue& queue, short modifiers)
 {
     Arrivals arrivals;
     std::thread popping([&] { arrivals.popAll(queue); });
     std::vector<std::thread> pushing;
     for (int thread = 0; thread < THREADS; ++thread)
-        pushing.emplace_back([&queue, thread, waits] { pushMany(queue, thread, waits); });
+        pushing.emplace_back([&queue, thread, modifiers] { pushMany(queue, thread, modifiers); });
     for (std::thread& thread : pushing)
         thread.join();
     queue.close();
@@ -104,7 +111,7 @@ Arrivals pushAndPop(MessageQueue& queue, bool waits)
 TEST(MessageQueueThreads, Push_SixteenThreads_NothingIsLostButWhatTheCountSays)
 {
     MessageQueue queue(64);
-    const Arrivals arrivals = pushAndPop(queue, false);
+    const Arrivals arrivals = pushAndPop(queue, PLAIN);
     EXPECT_EQ(ALL_MESSAGES, arrivals.m_count + queue.takeDropped());
     EXPECT_EQ(0, arrivals.m_disordered);
 }
@@ -112,7 +119,7 @@ TEST(MessageQueueThreads, Push_SixteenThreads_NothingIsLostButWhatTheCountSays)
 TEST(MessageQueueThreads, Push_SixteenThreadsWithRoomForAll_NothingIsLost)
 {
     MessageQueue queue(ALL_MESSAGES);
-    const Arrivals arrivals = pushAndPop(queue, false);
+    const Arrivals arrivals = pushAndPop(queue, PLAIN);
     EXPECT_EQ(ALL_MESSAGES, arrivals.m_count);
     EXPECT_EQ(0u, queue.takeDropped());
     EXPECT_EQ(0, arrivals.m_disordered);
@@ -121,7 +128,7 @@ TEST(MessageQueueThreads, Push_SixteenThreadsWithRoomForAll_NothingIsLost)
 TEST(MessageQueueThreads, PushThatWaits_SixteenThreads_NothingIsLost)
 {
     MessageQueue queue(4);
-    const Arrivals arrivals = pushAndPop(queue, true);
+    const Arrivals arrivals = pushAndPop(queue, SAFE);
     EXPECT_EQ(ALL_MESSAGES, arrivals.m_count);
     EXPECT_EQ(0u, queue.takeDropped());
     EXPECT_EQ(0, arrivals.m_disordered);
@@ -132,7 +139,7 @@ TEST(MessageQueueThreads, PushThatWaits_RoomForOne_KeepsOrder)
     MessageQueue queue(1);
     std::thread pushing([&] {
         for (const char* const text : {"a", "b", "c", "d", "e", "f", "g", "h"})
-            push(queue, text, true);
+            pushSafely(queue, text);
     });
     EXPECT_EQ("abcdefgh", popMany(queue, 8));
     pushing.join();
@@ -143,9 +150,9 @@ TEST(MessageQueueThreads, PushThatWaits_AllIsTaken_GoesOnBeforeItIsWritten)
 {
     for (int round = 0; round < 100; ++round) {
         MessageQueue queue(2);
-        push(queue, "a", false);
-        push(queue, "b", false);
-        std::thread pushing([&] { push(queue, "c", true); });
+        push(queue, "a");
+        push(queue, "b");
+        std::thread pushing([&] { pushSafely(queue, "c"); });
         std::this_thread::yield();
         EXPECT_EQ("a", pop(queue));
         pushing.join();
@@ -157,9 +164,9 @@ TEST(MessageQueueThreads, PushThatWaits_AllIsTaken_GoesOnBeforeItIsWritten)
 TEST(MessageQueueThreads, PushThatWaits_OtherTakesTheOldestsRoom_GoesOnWaiting)
 {
     MessageQueue queue(1);
-    push(queue, "a", false);
-    std::thread pushing([&] { push(queue, "b", true); });
-    push(queue, "c", false);
+    push(queue, "a");
+    std::thread pushing([&] { pushSafely(queue, "b"); });
+    push(queue, "c");
     EXPECT_EQ("cb", popMany(queue, 2));
     pushing.join();
     EXPECT_EQ(1u, queue.takeDropped());
@@ -169,8 +176,8 @@ TEST(MessageQueueThreads, Close_PushThatWaits_IsDropped)
 {
     for (int round = 0; round < 100; ++round) {
         MessageQueue queue(1);
-        push(queue, "a", false);
-        std::thread pushing([&] { push(queue, "b", true); });
+        push(queue, "a");
+        std::thread pushing([&] { pushSafely(queue, "b"); });
         queue.close();
         pushing.join();
         EXPECT_EQ(1u, queue.takeDropped());
@@ -197,7 +204,7 @@ TEST(MessageQueueThreads, Pop_Waits)
         MessageQueue queue(1);
         std::string popped;
         std::thread popping([&] { popped = pop(queue); });
-        push(queue, "a", false);
+        push(queue, "a");
         popping.join();
         EXPECT_EQ("a", popped);
     }
@@ -207,7 +214,7 @@ TEST(MessageQueueThreads, WaitUntilWritten_MessageIsUnderWay_Waits)
 {
     for (int round = 0; round < 200; ++round) {
         MessageQueue queue(1);
-        push(queue, "a", false);
+        push(queue, "a");
         queue.close();
         EXPECT_EQ("a", pop(queue));
         std::atomic<bool> isWritten{false};
@@ -226,7 +233,7 @@ TEST(MessageQueueThreads, WaitUntilWritten_SeveralThreads_AllReturn)
 {
     MessageQueue queue(8);
     for (const char* const text : {"a", "b", "c", "d"})
-        push(queue, text, false);
+        push(queue, text);
     std::vector<std::thread> waiting;
     for (int i = 0; i < 4; ++i)
         waiting.emplace_back([&] { queue.waitUntilWritten(); });
@@ -244,7 +251,7 @@ TEST(MessageQueueThreads, WaitUntilWritten_OthersGoOn_Returns)
     std::thread popping([&] { arrivals.popAll(queue); });
     std::thread pushing([&] {
         while (!isDone)
-            push(queue, "0 0", true);
+            pushSafely(queue, "0 0");
     });
     for (int round = 0; round < 100; ++round)
         queue.waitUntilWritten();

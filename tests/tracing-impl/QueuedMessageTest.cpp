@@ -39,7 +39,7 @@ struct Source
 
     Message message() const
     {
-        return {m_path, 3, 4, 5, true, 256, m_payload, {7, 8}, true, 9, 4711, m_thread};
+        return {m_path, 4, 5, true, 256, m_payload, {7, 8}, true, 9, 4711, m_thread};
     }
 
     std::string m_path;
@@ -113,7 +113,6 @@ TEST_F(QueuedMessage, Construction_IsEmpty)
 {
     const Queued queued{};
     expectEmpty(queued);
-    EXPECT_EQ(0, queued.message().channelId);
 }
 
 TEST_F(QueuedMessage, Assign_KeepsAllFields)
@@ -122,7 +121,6 @@ TEST_F(QueuedMessage, Assign_KeepsAllFields)
     EXPECT_TRUE(fill(queued, 4));
     const Message& message = queued.message();
     expectFilled(queued, 4);
-    EXPECT_EQ(3, message.channelId);
     EXPECT_EQ(4, message.level);
     EXPECT_EQ(5, message.modifiers);
     EXPECT_TRUE(message.isRaw);

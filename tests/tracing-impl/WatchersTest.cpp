@@ -145,13 +145,19 @@ std::string lineOf(int number, std::size_t size)
     return std::to_string(number) + ' ' + std::string(size, 'x') + '\n';
 }
 
+/// Shows 3000 lines to a watcher that does not read. Returns what it reads then.
+std::string readLate(Watchers& watchers, Watcher& slow)
+{
+    for (int number = 0; number < 3000; ++number)
+        watchers.show(lineOf(number, 100));
+    return slow.readAll();
+}
+
 TEST(Watchers, Show_SlowOne_IsToldHowManyItMissed)
 {
     Watchers watchers;
     Watcher slow(watchers);
-    for (int number = 0; number < 3000; ++number)
-        watchers.show(lineOf(number, 100));
-    std::string text = slow.readAll();
+    std::string text = readLate(watchers, slow);
     for (int number = 3000; number < 3010; ++number)
         watchers.show(lineOf(number, 100));
     text += slow.readAll();
@@ -160,6 +166,30 @@ TEST(Watchers, Show_SlowOne_IsToldHowManyItMissed)
     EXPECT_EQ(0, account.gaps);
     EXPECT_LT(0, account.missed);
     EXPECT_EQ(3010, account.shown + account.missed);
+}
+
+TEST(Watchers, CatchUp_SlowOne_IsToldOfItsGap)
+{
+    Watchers watchers;
+    Watcher slow(watchers);
+    std::string text = readLate(watchers, slow);
+    watchers.catchUp();
+    text += slow.readAll();
+    watchers.catchUp();
+    EXPECT_EQ("", slow.readAll());
+    const Account account = accountOf(text);
+    EXPECT_EQ(0, account.strange + account.gaps);
+    EXPECT_LT(0, account.missed);
+    EXPECT_EQ(3000, account.shown + account.missed);
+}
+
+TEST(Watchers, CatchUp_NothingMissed_SendsNothing)
+{
+    Watchers watchers;
+    Watcher one(watchers);
+    watchers.show("a\n");
+    watchers.catchUp();
+    EXPECT_EQ("a\n", one.readAll());
 }
 
 /// Shows lines of that size to a watcher that now and then reads a little.
@@ -242,6 +272,18 @@ TEST(Watchers, Show_SeveralThreads_LinesAreWhole)
     const std::string text = one.readAll();
     EXPECT_EQ(40u * 20u, text.size());
     EXPECT_EQ(0, accountOf(text).strange);
+}
+
+TEST(WatchSink, Flush_SlowOne_IsToldOfItsGap)
+{
+    const auto watchers = std::make_shared<Watchers>();
+    const TimeZones zones;
+    WatchSink sink(watchers, zones);
+    Watcher slow(*watchers);
+    std::string text = readLate(*watchers, slow);
+    sink.flush();
+    text += slow.readAll();
+    EXPECT_EQ(3000, accountOf(text).shown + accountOf(text).missed);
 }
 
 TEST(WatchSink, Write_ShowsTheLine)

@@ -23,6 +23,8 @@ public:
 
     /// Called by a thread of the client, with the id of the registration and the bytes
     /// `data[0..size)` that the tool sent, which are the callee's to change during the call.
+    /// The thread holds all signals back, and so do threads and processes that it starts, unless
+    /// they change that.
     virtual void called(int id, void* data, unsigned int size) = 0;
 };
 

@@ -61,8 +61,7 @@ ChannelTree::ChannelTree(const std::string& name, IClient& client, LevelSettings
 ChannelTree::~ChannelTree()
 {
     const zel::ScopedLock lock(m_mutex);
-    for (Channel* const channel : m_channels)
-        detach(*findNode(*channel), *channel);
+    detachAll();
 }
 
 void ChannelTree::takeIn(Channel& channel)
@@ -170,6 +169,12 @@ void ChannelTree::detach(Node& node, Channel& channel)
     m_disabled.erase(&channel);
 }
 
+void ChannelTree::detachAll()
+{
+    for (Channel* const channel : m_channels)
+        detach(*findNode(*channel), *channel);
+}
+
 /// Removes the place, and those above it, if nothing needs it any more.
 void ChannelTree::prune(Node* node)
 {
@@ -189,7 +194,6 @@ void ChannelTree::release(Channel& channel)
     if (node == nullptr) return;
     detach(*node, channel);
     m_channels.remove(&channel);
-    m_observer.channelGone(node->path);
     resolve(*node); // what is below may have had its level
     prune(node);
 }
@@ -197,11 +201,7 @@ void ChannelTree::release(Channel& channel)
 std::list<Channel*> ChannelTree::releaseAll()
 {
     const zel::ScopedLock lock(m_mutex);
-    for (Channel* const channel : m_channels) {
-        Node& node = *findNode(*channel);
-        detach(node, *channel);
-        m_observer.channelGone(node.path);
-    }
+    detachAll();
     m_root.standIn.detach();
     m_root.children.clear();
     m_nodes.clear();

@@ -43,7 +43,6 @@ class ChannelObserver
 public:
     /// The channel was taken in, or its level in the end may have changed.
     virtual void channelChanged(const std::string& path, short level) = 0;
-    virtual void channelGone(const std::string& path) = 0;
 
 protected:
     ~ChannelObserver() = default;
@@ -117,6 +116,7 @@ private:
     Node* parentOf(const std::string& path) ZEL_REQUIRES(m_mutex);
     void attach(Node& node, Channel& channel) ZEL_REQUIRES(m_mutex);
     void detach(Node& node, Channel& channel) ZEL_REQUIRES(m_mutex);
+    void detachAll() ZEL_REQUIRES(m_mutex);
     void prune(Node* node) ZEL_REQUIRES(m_mutex);
     bool change(Node& node, short level) ZEL_REQUIRES(m_mutex);
     short ownLevel(const Node& node, short initialLevel) const ZEL_REQUIRES(m_mutex);

@@ -34,7 +34,6 @@ Message messageOf(const Channel& channel, short level, short modifiers)
 {
     Message message = {};
     message.path = channel.m_path.empty() ? channel.m_name : channel.m_path;
-    message.channelId = channel.m_channelId;
     message.level = level;
     message.modifiers = modifiers;
     clock_gettime(CLOCK_REALTIME, &message.time);

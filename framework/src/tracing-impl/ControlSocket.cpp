@@ -30,6 +30,8 @@ constexpr zelbase::Duration PATIENCE{1000};
 constexpr int FOR_EVER = -1;
 /// Milliseconds until the system is asked again for a descriptor that it did not have.
 constexpr int CROWDED_PAUSE = 100;
+/// Milliseconds until tools that watch are looked after again, which may have missed messages.
+constexpr int WATCH_PAUSE = 1000;
 
 /// Fills the address of a socket's path. Returns false if the path is too long.
 bool addressOf(const std::string& path, sockaddr_un& address)
@@ -175,10 +177,18 @@ bool ControlSocket::waitForWork(Events& events)
     events[1] = {isFull || m_isCrowded ? NOBODY : m_listening, POLLIN, 0};
     for (std::size_t place = 0; place < m_connections.size(); ++place)
         events[place + 2] = {m_connections[place].fd, POLLIN, 0};
-    while (poll(events.data(), events.size(), m_isCrowded ? CROWDED_PAUSE : FOR_EVER) == -1)
+    while (poll(events.data(), events.size(), pause()) == -1)
         if (errno != EINTR) return false;
     m_isCrowded = false;
+    m_watchers->catchUp();
     return events[0].revents == 0;
+}
+
+/// Returns for how many milliseconds to wait for work at most.
+int ControlSocket::pause() const
+{
+    if (m_isCrowded) return CROWDED_PAUSE;
+    return m_watchers->isEmpty() ? FOR_EVER : WATCH_PAUSE;
 }
 
 void ControlSocket::accept()

@@ -61,6 +61,7 @@ private:
     void serve();
     bool serveOnce();
     bool waitForWork(Events& events);
+    int pause() const;
     void accept();
     bool sendAll(int fd, std::string_view text) const;
     bool waitForRoom(int fd, const zelbase::TimePoint& deadline) const;

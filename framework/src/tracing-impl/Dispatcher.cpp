@@ -71,8 +71,7 @@ void Dispatcher::put(const Message& message, OwnedText owned)
     } else if (m_queue == nullptr) {
         write(message);
     } else {
-        const bool waits = (message.modifiers & Modifiers::SAFE_TRANSPORT) != 0;
-        m_queue->push(message, std::move(owned), waits);
+        m_queue->push(message, std::move(owned));
     }
 }
 
@@ -161,11 +160,6 @@ void Dispatcher::reportDropped()
 void Dispatcher::channelChanged(const std::string& path, short level)
 {
     tellSinks([&](Sink& sink) { sink.channelChanged(path, level); });
-}
-
-void Dispatcher::channelGone(const std::string& path)
-{
-    tellSinks([&path](Sink& sink) { sink.channelGone(path); });
 }
 
 } // namespace impl

@@ -54,7 +54,6 @@ public:
     void stop();
 
     void channelChanged(const std::string& path, short level) override;
-    void channelGone(const std::string& path) override;
 
 private:
     void start(std::size_t queueLength);

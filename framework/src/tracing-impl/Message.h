@@ -17,9 +17,8 @@ namespace impl {
 /// What a sink is given. All texts belong to the caller and are valid during the call.
 struct Message
 {
-    /// The channel's path, as `net_tcp`, and its id.
+    /// The channel's path, as `net_tcp`.
     std::string_view path;
-    int channelId;
     /// `LevelTRACE` to `LevelFATAL`.
     short level;
     short modifiers;

@@ -20,10 +20,10 @@ bool isSafe(const Message& message)
 
 MessageQueue::MessageQueue(std::size_t capacity) : m_waiting(capacity), m_taken(capacity) {}
 
-void MessageQueue::push(const Message& message, OwnedText owned, bool waits)
+void MessageQueue::push(const Message& message, OwnedText owned)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (!makeRoom(waits, lock)) return;
+    if (!makeRoom(message, lock)) return;
     if (!m_waiting.add(message, std::move(owned))) {
         ++m_dropped;
         return;
@@ -32,11 +32,11 @@ void MessageQueue::push(const Message& message, OwnedText owned, bool waits)
     if (m_isIdle) m_filled.notify_one();
 }
 
-/// Returns whether there is room for a message. Drops the oldest one for that, or waits. One that
+/// Returns whether there is room for `message`. Drops the oldest one for that, or waits. One that
 /// has waited itself is not dropped: then the new one is.
-bool MessageQueue::makeRoom(bool waits, std::unique_lock<std::mutex>& lock)
+bool MessageQueue::makeRoom(const Message& message, std::unique_lock<std::mutex>& lock)
 {
-    while (waits && !m_isClosed && m_waiting.isFull())
+    while (isSafe(message) && !m_isClosed && m_waiting.isFull())
         m_drained.wait(lock);
     if (m_isClosed) {
         ++m_dropped;

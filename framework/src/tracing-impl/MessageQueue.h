@@ -29,10 +29,10 @@ public:
     MessageQueue& operator=(const MessageQueue&) = delete;
 
     /// Puts a copy of `message` at the end; `owned`, if it is not null, holds the payload and is
-    /// taken over. If the queue is full, the oldest message is dropped, or, if `waits`, room is
-    /// waited for. A message for which there is no memory, or one that comes after `close`, is
-    /// dropped.
-    void push(const Message& message, OwnedText owned, bool waits);
+    /// taken over. If the queue is full, a message with `SAFE_TRANSPORT` waits for room, and
+    /// another takes that of the oldest one, which is dropped. A message for which there is no
+    /// memory, or one that comes after `close`, is dropped.
+    void push(const Message& message, OwnedText owned);
 
     /// Moves the oldest message to `message`; waits for one. What was popped before counts as
     /// written when all that was taken together with it is used up.
@@ -49,7 +49,7 @@ public:
     std::uint64_t takeDropped();
 
 private:
-    bool makeRoom(bool waits, std::unique_lock<std::mutex>& lock);
+    bool makeRoom(const Message& message, std::unique_lock<std::mutex>& lock);
     bool takeAll();
 
     /// For what is below. One with priority inheritance asks the system whenever threads meet at

@@ -28,8 +28,6 @@ public:
 
     /// Tells of a channel that was taken in, or got another level (the effective one).
     virtual void channelChanged(const std::string& /*path*/, short /*level*/) {}
-    /// Tells that a channel has gone.
-    virtual void channelGone(const std::string& /*path*/) {}
 };
 
 using SinkPtr = std::unique_ptr<Sink>;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include <sys/socket.h>
 
@@ -37,23 +38,29 @@ void Watchers::show(std::string_view line)
         show(watcher, line);
 }
 
+void Watchers::catchUp()
+{
+    const zel::ScopedLock lock(m_mutex);
+    for (Watcher& watcher : m_watchers)
+        catchUp(watcher);
+}
+
 void Watchers::show(Watcher& watcher, std::string_view line)
 {
-    const std::string rest = std::move(watcher.rest);
-    watcher.rest.clear();
-    if (!send(watcher, rest)) {
+    if (catchUp(watcher))
+        send(watcher, line);
+    else
         ++watcher.missed;
-        return;
-    }
-    if (watcher.missed != 0) {
-        const std::string gap = "(" + std::to_string(watcher.missed) + " messages missed)\n";
-        watcher.missed = 0;
-        if (!send(watcher, gap)) {
-            watcher.missed = 1; // this line
-            return;
-        }
-    }
-    send(watcher, line);
+}
+
+/// Sends the rest of the last line, and how many were missed since. Returns whether the watcher has
+/// taken it all.
+bool Watchers::catchUp(Watcher& watcher)
+{
+    const std::string rest = std::exchange(watcher.rest, {});
+    if (!send(watcher, rest)) return false;
+    const std::uint64_t missed = std::exchange(watcher.missed, 0);
+    return missed == 0 || send(watcher, "(" + std::to_string(missed) + " messages missed)\n");
 }
 
 /// Sends `text`, of which a part that the socket does not take is kept for later. Returns whether

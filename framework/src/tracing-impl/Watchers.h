@@ -34,6 +34,9 @@ public:
     /// many.
     void show(std::string_view line) ZEL_EXCLUDES(m_mutex);
 
+    /// Sends those who keep up again what they were not sent before.
+    void catchUp() ZEL_EXCLUDES(m_mutex);
+
 private:
     struct Watcher
     {
@@ -46,6 +49,7 @@ private:
 
     static bool send(Watcher& watcher, std::string_view text);
     static void show(Watcher& watcher, std::string_view line);
+    static bool catchUp(Watcher& watcher);
 
     zel::Mutex m_mutex;
     std::vector<Watcher> m_watchers ZEL_GUARDED_BY(m_mutex);
@@ -62,6 +66,7 @@ public:
     {}
 
     void write(const Message& message) override;
+    void flush() override { m_watchers->catchUp(); }
 
 private:
     const std::shared_ptr<Watchers> m_watchers;
