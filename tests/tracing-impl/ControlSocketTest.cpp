@@ -272,11 +272,11 @@ TEST_F(ServedSocketTest, Watch_ShowsWhatComesFromThenOn)
     EXPECT_EQ("a\nb\n", tool.lines(2));
 }
 
-TEST_F(ServedSocketTest, Watch_RequestBehindIt_IsHungUpOn)
+TEST_F(ServedSocketTest, Watch_RequestBehindIt_IsAnErrorAndHungUpOn)
 {
     ControlTool tool(m_path);
     ASSERT_TRUE(tool.send("watch\nset net_tcp off\n"));
-    EXPECT_EQ("ok\n", tool.rest());
+    EXPECT_EQ("ok\nerror there are no requests behind watch\n", tool.rest());
     EXPECT_EQ("", m_target.take());
     ControlTool other(m_path);
     EXPECT_EQ("ok\n", other.ask("set net_tcp off\n"));

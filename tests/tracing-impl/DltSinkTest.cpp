@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -124,12 +125,40 @@ TEST_F(DltSink, CutsADescription_ToWhatADaemonKeeps)
     EXPECT_EQ(fakedlt::takeCalls(), Calls{"context NNNN 4 1 " + std::string(255, 'n')});
 }
 
-TEST_F(DltSink, DropsMessages_IfDltTakesNoContext)
+TEST_F(DltSink, FailsOnMessages_IfDltTakesNoContext)
 {
     const SinkPtr sink = makeQuietly();
     fakedlt::answers.takesContexts = false;
-    sink->write(textMessage("net", Levels::LevelINFO, "lost"));
+    EXPECT_THROW(sink->write(textMessage("net", Levels::LevelINFO, "lost")), std::runtime_error);
     EXPECT_EQ(fakedlt::takeCalls(), Calls{"context NET 4 1 net"});
+}
+
+TEST_F(DltSink, TriesAContextAgain_WithItsId)
+{
+    const SinkPtr sink = makeQuietly();
+    fakedlt::answers.takesContexts = false;
+    sink->channelChanged("net", Levels::LevelINFO);
+    fakedlt::answers.takesContexts = true;
+    sink->write(textMessage("net", Levels::LevelWARN, "hello"));
+    EXPECT_EQ(fakedlt::takeCalls(),
+              (Calls{"context NET 4 1 net", "context NET 3 1 net", "text NET 3 hello"}));
+}
+
+TEST_F(DltSink, GivesBackNoContext_ThatDltDidNotTake)
+{
+    SinkPtr sink = makeQuietly();
+    fakedlt::answers.takesContexts = false;
+    sink->channelChanged("net", Levels::LevelINFO);
+    fakedlt::takeCalls();
+    sink.reset();
+    EXPECT_EQ(fakedlt::takeCalls(), (Calls{"no context CTRL", "no application", "free"}));
+}
+
+TEST_F(DltSink, Flush_SendsWhatWasHeldBack)
+{
+    const SinkPtr sink = makeQuietly();
+    sink->flush();
+    EXPECT_EQ(fakedlt::takeCalls(), Calls{"resend"});
 }
 
 TEST_F(DltSink, TurnsLevelsAround)

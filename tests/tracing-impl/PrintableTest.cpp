@@ -29,7 +29,7 @@ TEST(Printable, Tabs_Stay)
 TEST(Printable, WhatIsNotAscii_Stays)
 {
     EXPECT_EQ("gr\xc3\xbc\xc3\x9f\x65", printable("gr\xc3\xbc\xc3\x9f\x65"));
-    EXPECT_EQ("\x80\xfe\xff", printable("\x80\xfe\xff"));
+    EXPECT_EQ("\xa0\xfe\xff", printable("\xa0\xfe\xff"));
 }
 
 TEST(Printable, EndsOfLine_AreWrittenOut)
@@ -86,6 +86,18 @@ TEST(Printable, FirstByteOfTwoAlone_Stays)
     EXPECT_EQ("\xc2\\x7f", printable("\xc2\x7f"));
     EXPECT_EQ("\xc2\\xc2\\x9b", printable("\xc2\xc2\x9b"));
     EXPECT_EQ("\xc3\x9b", printable("\xc3\x9b"));
+}
+
+TEST(Printable, ControlByteOutsideOfUtf8_IsWrittenOut)
+{
+    EXPECT_EQ("a\\x9b"
+              "31m",
+              printable("a\x9b"
+                        "31m"));
+    EXPECT_EQ("\\x80\\x9f\xa0", printable("\x80\x9f\xa0"));
+    EXPECT_EQ("\xe2\x82\xac", printable("\xe2\x82\xac"));
+    EXPECT_EQ("\xe2\\x82", printable("\xe2\x82"));
+    EXPECT_EQ("\xf0\x9f\x98\x80", printable("\xf0\x9f\x98\x80"));
 }
 
 } // namespace

@@ -69,7 +69,7 @@ bool Callbacks::begin(const std::string& name, Entry& entry)
 {
     const zel::ScopedLock lock(m_mutex);
     const auto found = m_entries.find(name);
-    if (found == m_entries.end()) return false;
+    if (found == m_entries.end() || m_isClosed) return false;
     entry = found->second;
     m_calls.push_back({entry.id, currentThreadId()});
     return true;
@@ -82,13 +82,24 @@ void Callbacks::end(int id)
     const auto isMeant = [id, self](const Call& call) {
         return call.id == id && call.thread == self;
     };
-    m_calls.erase(std::find_if(m_calls.begin(), m_calls.end(), isMeant));
+    const auto found = std::find_if(m_calls.begin(), m_calls.end(), isMeant);
+    if (found == m_calls.end()) return; // the callback has forked, and this is the child
+    m_calls.erase(found);
     m_ended.signal_all();
+}
+
+void Callbacks::close()
+{
+    const zel::ScopedLock lock(m_mutex);
+    m_isClosed = true;
+    while (!m_calls.empty())
+        m_ended.wait();
 }
 
 /// Returns false if the callback threw.
 bool Callbacks::run(const Entry& entry, std::string& bytes)
 {
+    const OwnThread mark;
     const auto size = static_cast<unsigned int>(bytes.size());
     try {
         if (entry.object != nullptr)

@@ -34,6 +34,9 @@ public:
     /// Calls the callback of that name with the id and `bytes`. Returns false if there is none.
     bool call(const std::string& name, std::string bytes) ZEL_EXCLUDES(m_mutex);
 
+    /// Lets nothing be called any more. Returns when no callback is under way. Not from a callback.
+    void close() ZEL_EXCLUDES(m_mutex);
+
 private:
     /// One of the two is null.
     struct Entry
@@ -61,6 +64,7 @@ private:
     std::vector<Call> m_calls ZEL_GUARDED_BY(m_mutex);
     std::map<std::string, Entry> m_entries ZEL_GUARDED_BY(m_mutex);
     int m_nextId ZEL_GUARDED_BY(m_mutex) = 0;
+    bool m_isClosed ZEL_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace impl

@@ -79,6 +79,8 @@ public:
 
     /// Adds a sink, for the messages that are written from now on.
     void addSink(SinkPtr sink) { m_dispatcher.addSink(std::move(sink)); }
+    /// Lets no tool call the process any more. Returns when no callback is under way.
+    void closeCallbacks() { m_callbacks.close(); }
     /// Takes all channels out. Returns them in the order of their ids.
     std::list<Channel*> releaseAll() { return m_tree.releaseAll(); }
 

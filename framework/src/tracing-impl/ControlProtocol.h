@@ -26,6 +26,8 @@ constexpr std::size_t MAX_REQUEST = 1024;
 constexpr std::string_view WATCH_REQUEST = "watch";
 constexpr std::string_view ANSWER_OK = "ok\n";
 constexpr std::string_view ANSWER_TOO_LONG = "error the request is too long\n";
+constexpr std::string_view ANSWER_CUT_OFF = "error the request has no end\n";
+constexpr std::string_view ANSWER_BEHIND_WATCH = "error there are no requests behind watch\n";
 
 /// Returns the answer to `request`, any bytes without the end of line; "watch" is not for this one.
 std::string answerTo(std::string_view request, RemoteTarget& target);

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -17,6 +18,7 @@
 #include "ControlProtocol.h"
 #include "CurrentThread.h"
 #include "SignalGuard.h"
+#include "StandardDescriptors.h"
 
 namespace tracing {
 namespace impl {
@@ -50,6 +52,7 @@ const sockaddr* generic(const sockaddr_un& address)
 
 int makeSocket()
 {
+    const StandardDescriptors guard;
     return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
 }
 
@@ -64,6 +67,14 @@ bool isAbandoned(const sockaddr_un& address)
         connect(fd, generic(address), sizeof address) != 0 && errno == ECONNREFUSED;
     close(fd);
     return isRefused;
+}
+
+/// Closes a descriptor of this library, if it is one.
+void closeOwn(int fd)
+{
+    if (fd == NOBODY) return;
+    forgetInChildren(fd);
+    close(fd);
 }
 
 /// Returns whether the tool at the other end may control the process.
@@ -85,27 +96,29 @@ ControlSocket::ControlSocket(RemoteTarget& target, std::shared_ptr<Watchers> wat
 
 ControlSocket::~ControlSocket()
 {
-    const bool isOurs = !m_process.isForked();
-    if (m_thread != nullptr && isOurs) {
+    if (m_process.isForked()) {
+        static_cast<void>(m_thread.release()); // it is not in this process, which has closed all
+        return;
+    }
+    if (m_thread != nullptr) {
         const char byte = 0;
         while (write(m_wakeUp[1], &byte, 1) == -1 && errno == EINTR) {}
         m_thread->join();
     }
-    if (!isOurs) static_cast<void>(m_thread.release()); // it is not in this process
     while (!m_connections.empty())
         hangUp(m_connections.size() - 1);
     struct stat status;
-    const bool isThere = isOurs && m_inode != 0 && lstat(m_path.c_str(), &status) == 0;
+    const bool isThere = m_inode != 0 && lstat(m_path.c_str(), &status) == 0;
     if (isThere && status.st_dev == m_device && status.st_ino == m_inode) unlink(m_path.c_str());
     for (const int fd : {m_listening, m_wakeUp[0], m_wakeUp[1]})
-        if (fd != NOBODY) close(fd);
+        closeOwn(fd);
 }
 
 bool ControlSocket::open(const std::string& path, std::string& reason)
 {
     if (bindTo(path) && start()) return true;
     const int error = errno;
-    if (m_listening != NOBODY) close(m_listening);
+    closeOwn(m_listening);
     m_listening = NOBODY;
     reason = std::generic_category().message(error);
     return false;
@@ -120,6 +133,7 @@ bool ControlSocket::bindTo(const std::string& path)
     }
     m_listening = makeSocket();
     if (m_listening == NOBODY) return false;
+    closeInChildren(m_listening); // so that tools notice when this process has gone
     if (fchmod(m_listening, OWNER_ALONE) != 0) return false; // before anybody can connect
     if (isAbandoned(address)) unlink(address.sun_path);
     if (bind(m_listening, generic(address), sizeof address) != 0) return false;
@@ -133,20 +147,32 @@ bool ControlSocket::bindTo(const std::string& path)
 
 bool ControlSocket::start()
 {
-    if (pipe2(m_wakeUp, O_CLOEXEC) != 0) return false;
+    if (!makeWakeUp()) return false;
     const SignalGuard guard;
     try {
         m_thread = std::make_unique<std::thread>([this] { serve(); });
     } catch (const std::system_error& error) {
         errno = error.code().value();
         return false;
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return false;
     }
+    return true;
+}
+
+bool ControlSocket::makeWakeUp()
+{
+    const StandardDescriptors guard;
+    if (pipe2(m_wakeUp, O_CLOEXEC) != 0) return false;
+    for (const int fd : m_wakeUp)
+        closeInChildren(fd);
     return true;
 }
 
 void ControlSocket::serve()
 {
-    markOwnThread();
+    const OwnThread mark;
     for (;;) {
         try {
             if (!serveOnce()) return;
@@ -193,15 +219,17 @@ int ControlSocket::pause() const
 
 void ControlSocket::accept()
 {
+    const StandardDescriptors guard;
     const int fd = accept4(m_listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (fd == NOBODY) {
         m_isCrowded = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS;
         return;
     }
+    closeInChildren(fd);
     if (isAllowed(fd))
         m_connections.push_back({fd, {}, false});
     else
-        close(fd);
+        closeOwn(fd);
 }
 
 /// Sends all of `text`. Returns whether the tool has taken it in time, and nobody ends the thread.
@@ -234,7 +262,7 @@ bool ControlSocket::receive(Connection& connection)
     char bytes[MAX_REQUEST];
     const ssize_t count = recv(connection.fd, bytes, sizeof bytes, MSG_DONTWAIT);
     if (count == -1) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
-    if (count == 0) return false;
+    if (count == 0) return endOf(connection);
     connection.request.append(bytes, static_cast<std::size_t>(count));
     for (std::size_t end = 0; (end = connection.request.find('\n')) != std::string::npos;) {
         const std::string request = connection.request.substr(0, end);
@@ -246,9 +274,20 @@ bool ControlSocket::receive(Connection& connection)
     return false;
 }
 
+/// Answers a request that was cut off, if there is one. Returns whether to go on: no.
+bool ControlSocket::endOf(const Connection& connection) const
+{
+    if (!connection.request.empty()) sendAll(connection.fd, ANSWER_CUT_OFF);
+    return false;
+}
+
 bool ControlSocket::answer(Connection& connection, const std::string& request)
 {
-    if (connection.isWatching) return false; // whoever watches has no more to ask
+    if (connection.isWatching) { // whoever watches has no more to ask
+        m_watchers->remove(connection.fd);
+        sendAll(connection.fd, ANSWER_BEHIND_WATCH);
+        return false;
+    }
     if (request != WATCH_REQUEST) return sendAll(connection.fd, answerTo(request, m_target));
     if (!waitForRoom(connection.fd, zelbase::TimePoint::now() + PATIENCE)) return false;
     connection.isWatching = true;
@@ -260,7 +299,7 @@ void ControlSocket::hangUp(std::size_t place)
 {
     const int fd = m_connections[place].fd;
     m_watchers->remove(fd);
-    close(fd);
+    closeOwn(fd);
     m_connections.erase(m_connections.begin() + static_cast<std::ptrdiff_t>(place));
 }
 

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,7 +15,6 @@
 #include <vector>
 
 #include <poll.h>
-#include <sys/types.h>
 #include <zelbase/time.h>
 
 #include "Fork.h"
@@ -55,6 +55,7 @@ private:
 
     bool bindTo(const std::string& path);
     bool start();
+    bool makeWakeUp();
     /// The end, new tools, then the connections.
     using Events = std::array<pollfd, 2 + MAX_CONNECTIONS>;
 
@@ -66,6 +67,7 @@ private:
     bool sendAll(int fd, std::string_view text) const;
     bool waitForRoom(int fd, const zelbase::TimePoint& deadline) const;
     bool receive(Connection& connection);
+    bool endOf(const Connection& connection) const;
     bool answer(Connection& connection, const std::string& request);
     void hangUp(std::size_t place);
 
@@ -73,8 +75,8 @@ private:
     const std::shared_ptr<Watchers> m_watchers;
     std::string m_path;
     /// The socket's file, so that nobody else's is removed.
-    dev_t m_device = 0;
-    ino_t m_inode = 0;
+    std::uint64_t m_device = 0;
+    std::uint64_t m_inode = 0;
     int m_listening = -1;
     /// Written to when the thread is to end.
     int m_wakeUp[2] = {-1, -1};

@@ -47,9 +47,14 @@ void nameCurrentThread(std::string_view name)
     if (!name.empty()) std::memcpy(t_data.name, name.data(), t_data.nameSize);
 }
 
-void markOwnThread()
+OwnThread::OwnThread() : m_wasOwn(t_data.isOwn)
 {
     t_data.isOwn = true;
+}
+
+OwnThread::~OwnThread()
+{
+    t_data.isOwn = m_wasOwn;
 }
 
 bool isOwnThread()

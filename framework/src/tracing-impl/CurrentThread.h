@@ -20,8 +20,21 @@ void nameCurrentThread(std::string_view name);
 /// Returns that name. Valid until the thread has another one, or ends.
 std::string_view currentThreadName();
 
-/// Tell the threads of this library from those of the program.
-void markOwnThread();
+/// Marks the calling thread as one that the client waits for when it ends: one of this library's,
+/// or of a sink's that is in a callback.
+class OwnThread
+{
+public:
+    OwnThread();
+    ~OwnThread();
+    OwnThread(const OwnThread&) = delete;
+    OwnThread& operator=(const OwnThread&) = delete;
+
+private:
+    const bool m_wasOwn;
+};
+
+/// Returns whether the calling thread is marked.
 bool isOwnThread();
 
 } // namespace impl

@@ -110,7 +110,7 @@ void Dispatcher::removeSinks()
 
 void Dispatcher::work()
 {
-    markOwnThread();
+    const OwnThread mark;
     QueuedMessage queued;
     while (m_queue->pop(queued)) {
         reportDropped();
@@ -159,6 +159,7 @@ void Dispatcher::reportDropped()
 
 void Dispatcher::channelChanged(const std::string& path, short level)
 {
+    const errorcore::ReportGuard guard;
     tellSinks([&](Sink& sink) { sink.channelChanged(path, level); });
 }
 

@@ -67,7 +67,7 @@ private:
 
     zel::Mutex m_sinkMutex;
     std::vector<SinkPtr> m_sinks ZEL_GUARDED_BY(m_sinkMutex);
-    /// For processes that are forked off; no thread of this one ever locks the zones.
+    /// For processes that are forked off, which take no lock for it.
     const TimeZones m_noZones;
     StderrSink m_fallback{m_noZones};
     std::unique_ptr<MessageQueue> m_queue;

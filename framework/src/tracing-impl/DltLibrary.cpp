@@ -7,9 +7,11 @@
 
 #include <dlt/dlt.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include "DltIds.h"
 #include "SignalGuard.h"
+#include "StandardDescriptors.h"
 
 namespace tracing {
 namespace impl {
@@ -30,7 +32,9 @@ DltLibrary& DltLibrary::instance()
 bool DltLibrary::start(const std::string& processName)
 {
     const zel::ScopedLock lock(m_mutex);
-    const SignalGuard guard;     // for DLT's threads
+    const SignalGuard guard; // for DLT's threads
+    const StandardDescriptors standard;
+    m_process = getpid();
     dlt_log_set_level(LOG_CRIT); // DLT's own lines would go to the program's standard output
     if (dlt_init() < DLT_RETURN_OK) return false;
     dlt_set_resend_timeout_atexit(NO_WAIT);
@@ -55,6 +59,7 @@ void DltLibrary::stop()
 void DltLibrary::processExits()
 {
     DltLibrary& library = instance();
+    if (library.m_process != getpid()) return; // a child has none of it
     const zel::ScopedLock lock(library.m_mutex);
     library.m_isRunning = false;
 }

@@ -5,8 +5,10 @@
 #ifndef TRACINGIMPL_SRC_TRACINGIMPL_DLTLIBRARY_H
 #define TRACINGIMPL_SRC_TRACINGIMPL_DLTLIBRARY_H
 
+#include <atomic>
 #include <string>
 
+#include <sys/types.h>
 #include <zel/Mutex.h>
 #include <zel/attributes.h>
 
@@ -41,6 +43,8 @@ private:
     static void processExits();
 
     zel::Mutex m_mutex;
+    /// The process that started DLT. Read without the lock, which a fork may have left locked.
+    std::atomic<pid_t> m_process{0};
     bool m_isRunning ZEL_GUARDED_BY(m_mutex) = false;
     bool m_hasExitHandler ZEL_GUARDED_BY(m_mutex) = false;
 };

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <exception>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -147,25 +148,35 @@ public:
     ~DltSink() override;
 
     void write(const Message& message) override;
+    /// Hands what DLT holds back to the daemon, if there is one that takes it.
+    void flush() override;
     void channelChanged(const std::string& path, short level) override;
 
 private:
-    DltContext* contextOf(std::string_view path, short level);
-    DltContext* addContext(const std::string& path, short level);
+    /// A path's context. Without an id, or a place in DLT's table, it is not registered.
+    struct Entry
+    {
+        std::string id;
+        DltContext context = {};
+        bool isRegistered = false;
+    };
+
+    Entry& entryOf(std::string_view path, short level);
+    Entry& addEntry(const std::string& path);
 
     DltLibrary& m_library = DltLibrary::instance();
     DltRemote& m_remote;
     DltIds m_ids;
     /// By the paths. They stay when the channel goes: others may come with the same path.
-    std::map<std::string, DltContext, std::less<>> m_contexts;
+    std::map<std::string, Entry, std::less<>> m_entries;
 };
 
 DltSink::~DltSink()
 {
     m_remote.end();
     m_library.use([this] {
-        for (auto& entry : m_contexts)
-            dlt_unregister_context(&entry.second);
+        for (auto& entry : m_entries)
+            if (entry.second.isRegistered) dlt_unregister_context(&entry.second.context);
     });
     m_library.stop();
 }
@@ -173,46 +184,48 @@ DltSink::~DltSink()
 void DltSink::write(const Message& message)
 {
     m_library.use([&] {
-        DltContext* const context = contextOf(message.path, message.level);
-        if (context == nullptr) return;
+        Entry& entry = entryOf(message.path, message.level);
+        if (!entry.isRegistered) throw std::runtime_error("DLT has no place for the channel");
         if (message.isRaw && (message.modifiers & Modifiers::OBFUSCATE) == 0)
-            sendRaw(*context, message);
+            sendRaw(entry.context, message);
         else
-            sendText(*context, message);
+            sendText(entry.context, message);
     });
+}
+
+void DltSink::flush()
+{
+    m_library.use([] { dlt_user_log_resend_buffer(); });
 }
 
 void DltSink::channelChanged(const std::string& path, short level)
 {
     // A level that changes later matters to the channel alone, see send.
-    m_library.use([&] { contextOf(path, level); });
+    m_library.use([&] { entryOf(path, level); });
 }
 
-/// Returns the context of a path, which is registered with `level` if there is none yet. Returns
-/// null if that fails.
-DltContext* DltSink::contextOf(std::string_view path, short level)
+/// Returns the entry of a path. If it is not registered yet, that is tried, with `level`.
+DltSink::Entry& DltSink::entryOf(std::string_view path, short level)
 {
-    const auto found = m_contexts.find(path);
-    return found != m_contexts.end() ? &found->second : addContext(std::string(path), level);
+    const auto found = m_entries.find(path);
+    Entry& entry = found != m_entries.end() ? found->second : addEntry(std::string(path));
+    if (entry.isRegistered || entry.id.empty()) return entry;
+    const std::string description(path.substr(0, MAX_DESCRIPTION));
+    entry.isRegistered =
+        dlt_register_context_ll_ts(&entry.context, entry.id.c_str(), description.c_str(),
+                                   filterOf(level), DltRemote::REGISTERED) >= DLT_RETURN_OK &&
+        entry.context.log_level_ptr != nullptr;
+    if (entry.isRegistered)
+        dlt_register_log_level_changed_callback(&entry.context, DltRemote::levelChanged);
+    return entry;
 }
 
-DltContext* DltSink::addContext(const std::string& path, short level)
+DltSink::Entry& DltSink::addEntry(const std::string& path)
 {
-    const std::string id = m_ids.take(path);
-    if (id.empty()) return nullptr;
-    m_remote.add(id, path);
-    const std::string description = path.substr(0, MAX_DESCRIPTION);
-    DltContext& context = m_contexts[path];
-    const bool isRegistered =
-        dlt_register_context_ll_ts(&context, id.c_str(), description.c_str(), filterOf(level),
-                                   DltRemote::REGISTERED) >= DLT_RETURN_OK &&
-        context.log_level_ptr != nullptr;
-    if (!isRegistered) {
-        m_contexts.erase(path);
-        return nullptr;
-    }
-    dlt_register_log_level_changed_callback(&context, DltRemote::levelChanged);
-    return &context;
+    Entry& entry = m_entries[path];
+    entry.id = m_ids.take(path);
+    if (!entry.id.empty()) m_remote.add(entry.id, path);
+    return entry;
 }
 
 } // namespace

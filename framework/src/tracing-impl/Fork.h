@@ -12,6 +12,12 @@ namespace impl {
 /// thread; costs no call of the system.
 unsigned int forkGeneration();
 
+/// Has processes that are forked off close `fd`, as they do not serve it, until it is forgotten.
+/// For up to 16 descriptors at a time, of those that come later nothing is known.
+void closeInChildren(int fd);
+/// Forgets it; before it is closed. Does nothing for one that is not known.
+void forgetInChildren(int fd);
+
 /// Remembers the process in which it was made.
 class OwnProcess
 {

@@ -106,13 +106,18 @@ std::unique_ptr<Session> Helper::start(const std::string& processName)
     return session;
 }
 
-/// Lets tools in, which find all channels then.
+/// Lets tools in, which find all channels then. Without memory for that there is no socket.
 void Helper::openControl(Session& session)
 {
     const std::string& path = session.controlPath;
-    std::string reason;
-    if (!path.empty() && !session.control.open(path, reason))
-        complain(ignoredLine(CONTROL_VARIABLE, path, reason));
+    if (path.empty()) return;
+    try {
+        std::string reason;
+        if (!session.control.open(path, reason))
+            complain(ignoredLine(CONTROL_VARIABLE, path, reason));
+    } catch (const std::bad_alloc&) {
+        writeToStderr("tracing: no memory for the control socket\n");
+    }
 }
 
 void Helper::addSinks(Session& session, const Settings& settings)
@@ -154,9 +159,11 @@ void Helper::deinit()
     const errorcore::ReportGuard guard;
     const zel::ScopedLock lock(m_mutex);
     if (m_session == nullptr) return;
+    const bool isForked = m_session->client.isForked();
+    if (!isForked) m_session->client.closeCallbacks(); // they may log, and build channels
     ChannelList* const list = ChannelList::getInstance();
     if (list != nullptr) list->setListener(nullptr);
-    if (m_session->client.isForked()) {
+    if (isForked) {
         IClient::s_client = nullptr;
         static_cast<void>(m_session.release()); // it is the parent's, with its thread and locks
         return;

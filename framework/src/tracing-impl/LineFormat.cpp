@@ -27,6 +27,32 @@ void appendBytes(std::string& out, std::string_view bytes)
     if (bytes.size() > MAX_SHOWN_BYTES) out += " ...";
 }
 
+// What a terminal takes for the beginning and the end of a colour (ECMA-48, 8.3.117).
+constexpr const char* COLOURS[] = {
+    "\x1b[37m",        // trace: white
+    "\x1b[36m",        // debug: cyan
+    "\x1b[32m",        // info: green
+    "\x1b[33m\x1b[1m", // warning: yellow, bold
+    "\x1b[31m\x1b[1m", // error: red, bold
+    "\x1b[1m\x1b[41m", // fatal: bold on red
+};
+constexpr const char* COLOUR_END = "\x1b[m";
+
+std::string colourOf(short level)
+{
+    return COLOURS[std::clamp(level, short(Levels::LevelTRACE), short(Levels::LevelFATAL))];
+}
+
+std::string lineOf(const Message& message, const TimeZones& zones, const std::string& level)
+{
+    std::string line;
+    appendTime(line, message, zones);
+    line += ' ' + level + ' ';
+    appendRest(line, message);
+    line += '\n';
+    return line;
+}
+
 } // namespace
 
 std::string levelName(short level)
@@ -85,12 +111,12 @@ void appendRest(std::string& out, const Message& message)
 
 std::string lineOf(const Message& message, const TimeZones& zones)
 {
-    std::string line;
-    appendTime(line, message, zones);
-    line += ' ' + levelName(message.level) + ' ';
-    appendRest(line, message);
-    line += '\n';
-    return line;
+    return lineOf(message, zones, levelName(message.level));
+}
+
+std::string colouredLineOf(const Message& message, const TimeZones& zones)
+{
+    return lineOf(message, zones, colourOf(message.level) + levelName(message.level) + COLOUR_END);
 }
 
 } // namespace impl

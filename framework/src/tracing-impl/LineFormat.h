@@ -33,6 +33,8 @@ void appendRest(std::string& out, const Message& message);
 
 /// Returns the whole line, with its end.
 std::string lineOf(const Message& message, const TimeZones& zones);
+/// Returns it with the level in the colour that a terminal shows it in.
+std::string colouredLineOf(const Message& message, const TimeZones& zones);
 
 } // namespace impl
 } // namespace tracing

@@ -90,8 +90,7 @@ void MessageQueue::close()
 
 std::uint64_t MessageQueue::takeDropped()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return std::exchange(m_dropped, 0);
+    return m_dropped.load(std::memory_order_relaxed) == 0 ? 0 : m_dropped.exchange(0);
 }
 
 } // namespace impl

@@ -6,6 +6,7 @@
 #ifndef TRACINGIMPL_SRC_TRACINGIMPL_MESSAGEQUEUE_H
 #define TRACINGIMPL_SRC_TRACINGIMPL_MESSAGEQUEUE_H
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -45,7 +46,7 @@ public:
     /// Lets no more messages in. What is in the queue can still be popped.
     void close();
 
-    /// Returns how many messages were dropped since the last call.
+    /// Returns how many messages were dropped since the last call. Takes no lock.
     std::uint64_t takeDropped();
 
 private:
@@ -61,7 +62,7 @@ private:
     /// Messages that came in so far, and those of them that are written or dropped.
     std::uint64_t m_pushed = 0;
     std::uint64_t m_written = 0;
-    std::uint64_t m_dropped = 0;
+    std::atomic<std::uint64_t> m_dropped{0};
     bool m_isIdle = false;
     bool m_isClosed = false;
 

@@ -4,20 +4,32 @@
 
 #include <common/UUID.h>
 
+#include "../common/unicode/Decoders.h"
+
 namespace tracing {
 namespace impl {
 
 namespace {
 
-/// Returns how many bytes the control character at the beginning of `text` has, 0 for another one.
-std::size_t controlSize(std::string_view text)
+using textcore::Utf8Decoder;
+
+/// Returns how many bytes the character at the beginning of `text` has; 1 for a byte that is none.
+std::size_t characterSize(std::string_view text)
 {
-    const auto first = static_cast<unsigned char>(text[0]);
-    if ((first < 0x20 && first != '\t') || first == 0x7F) return 1;
-    // U+0080 to U+009F in UTF-8, of which one begins commands to a terminal.
-    if (first != 0xC2 || text.size() < 2) return 0;
-    const auto second = static_cast<unsigned char>(text[1]);
-    return second >= 0x80 && second < 0xA0 ? 2 : 0;
+    const std::size_t size = 1 + Utf8Decoder::tailLength(static_cast<unsigned char>(text[0]));
+    if (size > text.size()) return 1;
+    for (const char c : text.substr(1, size - 1))
+        if (!Utf8Decoder::isContinuation(static_cast<unsigned char>(c))) return 1;
+    return size;
+}
+
+bool isControl(std::string_view character)
+{
+    const auto first = static_cast<unsigned char>(character[0]);
+    // U+0080 to U+009F, of which one begins commands to a terminal, as a byte and in UTF-8.
+    if (character.size() == 2)
+        return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+    return (first < 0x20 && first != '\t') || first == 0x7F || (first >= 0x80 && first < 0xA0);
 }
 
 void appendEscaped(std::string& out, char c)
@@ -38,15 +50,12 @@ void appendPrintable(std::string& out, std::string_view text)
 {
     std::size_t plain = 0;
     for (std::size_t place = 0; place < text.size();) {
-        const std::size_t size = controlSize(text.substr(place));
-        if (size == 0) {
-            ++place;
-            continue;
-        }
-        out.append(text.substr(plain, place - plain));
-        for (const char c : text.substr(place, size))
+        const std::string_view character = text.substr(place, characterSize(text.substr(place)));
+        place += character.size();
+        if (!isControl(character)) continue;
+        out.append(text.substr(plain, place - character.size() - plain));
+        for (const char c : character)
             appendEscaped(out, c);
-        place += size;
         plain = place;
     }
     out.append(text.substr(plain));

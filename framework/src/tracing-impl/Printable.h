@@ -11,8 +11,8 @@
 namespace tracing {
 namespace impl {
 
-/// Appends `text` to `out`. Tabs and what is not ASCII stay; other control characters become "\n",
-/// "\r" or "\x1b" written out.
+/// Appends `text` to `out`. Tabs and what is not ASCII stay; control characters, and bytes that are
+/// some outside of UTF-8, become "\n", "\r" or "\x1b" written out.
 void appendPrintable(std::string& out, std::string_view text);
 
 /// Returns `text` like that.

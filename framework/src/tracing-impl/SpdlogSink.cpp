@@ -3,19 +3,23 @@
 #include "Sinks.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include <fcntl.h>
 #include <spdlog/details/log_msg.h>
+#include <spdlog/details/os.h>
 #include <spdlog/formatter.h>
-#include <spdlog/sinks/ansicolor_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/syslog_sink.h>
 
 #include <common/tracing/Levels.h>
 
 #include "LineFormat.h"
-#include "Printable.h"
+#include "StandardDescriptors.h"
+#include "StderrSink.h"
 
 namespace tracing {
 namespace impl {
@@ -29,32 +33,15 @@ static_assert(int(spdlog::level::trace) == 0 && int(spdlog::level::debug) == 1 &
                   int(spdlog::level::err) == 4 && int(spdlog::level::critical) == 5,
               "the levels of messages are the same numbers");
 
-/// The part of a line that is shown in the level's colour.
-struct ColourRange
-{
-    std::size_t begin = 0;
-    std::size_t end = 0;
-};
-
 /// Takes the payload for the whole line.
 class WholeLine final : public spdlog::formatter
 {
 public:
-    explicit WholeLine(std::shared_ptr<const ColourRange> range) : m_range(std::move(range)) {}
-
     void format(const spdlog::details::log_msg& message, spdlog::memory_buf_t& out) override
     {
         out.append(message.payload.data(), message.payload.data() + message.payload.size());
-        message.color_range_start = m_range->begin;
-        message.color_range_end = m_range->end;
     }
-    std::unique_ptr<formatter> clone() const override
-    {
-        return std::make_unique<WholeLine>(m_range);
-    }
-
-private:
-    const std::shared_ptr<const ColourRange> m_range;
+    std::unique_ptr<formatter> clone() const override { return std::make_unique<WholeLine>(); }
 };
 
 /// What all sinks of spdlog have in common.
@@ -77,34 +64,37 @@ protected:
     const spdlog::sink_ptr m_sink;
 };
 
-/// Lines with the time, to standard error or a file.
-class LineSink final : public SpdlogSink
+/// How a file is opened: not in the place of a standard stream, nothing of it kept in a buffer that
+/// a child would write again, and closed where the process becomes another program.
+spdlog::file_event_handlers fileHandlers()
+{
+    const auto guard = std::make_shared<std::optional<StandardDescriptors>>();
+    spdlog::file_event_handlers handlers;
+    handlers.before_open = [guard](const spdlog::filename_t&) { guard->emplace(); };
+    handlers.after_open = [guard](const spdlog::filename_t&, std::FILE* file) {
+        guard->reset();
+        std::setvbuf(file, nullptr, _IONBF, 0);
+        fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
+    };
+    return handlers;
+}
+
+/// Lines with the time, to a file.
+class FileSink final : public SpdlogSink
 {
 public:
-    LineSink(spdlog::sink_ptr sink, const TimeZones& zones)
-        : SpdlogSink(std::move(sink)), m_zones(zones)
+    FileSink(const SinkSettings& settings, const TimeZones& zones)
+        : SpdlogSink(std::make_shared<sinks::rotating_file_sink_st>(
+              settings.fileName, settings.maxSize, settings.maxFiles, false, fileHandlers())),
+          m_zones(zones)
     {
-        m_sink->set_formatter(std::make_unique<WholeLine>(m_range));
+        m_sink->set_formatter(std::make_unique<WholeLine>());
     }
 
-    void write(const Message& message) override
-    {
-        std::string line;
-        appendTime(line, message, m_zones);
-        line += ' ';
-        m_range->begin = line.size();
-        line += levelName(message.level);
-        m_range->end = line.size();
-        line += ' ';
-        appendRest(line, message);
-        line += '\n';
-        log(message, line);
-        m_sink->flush(); // a line that is written is there, and no child writes it again
-    }
+    void write(const Message& message) override { log(message, lineOf(message, m_zones)); }
 
 private:
     const TimeZones& m_zones;
-    const std::shared_ptr<ColourRange> m_range = std::make_shared<ColourRange>();
 };
 
 /// The system log, which has the time, the process and the level itself.
@@ -123,20 +113,20 @@ public:
     }
 };
 
+/// spdlog's own way to colours ignores what standard error does not take.
+bool isColourTerminal()
+{
+    return spdlog::details::os::in_terminal(stderr) && spdlog::details::os::is_color_terminal();
+}
+
 } // namespace
 
 SinkPtr makeSpdlogSink(const SinkSettings& settings, const SinkContext& context)
 {
     switch (settings.kind) {
     case SinkSettings::SYSLOG: return std::make_unique<SystemLogSink>(context.processName);
-    case SinkSettings::FILE:
-        return std::make_unique<LineSink>(
-            std::make_shared<sinks::rotating_file_sink_st>(settings.fileName, settings.maxSize,
-                                                           settings.maxFiles),
-            context.zones);
-    default:
-        return std::make_unique<LineSink>(std::make_shared<sinks::ansicolor_stderr_sink_st>(),
-                                          context.zones);
+    case SinkSettings::FILE: return std::make_unique<FileSink>(settings, context.zones);
+    default: return std::make_unique<StderrSink>(context.zones, isColourTerminal());
     }
 }
 

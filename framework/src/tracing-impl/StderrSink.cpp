@@ -26,7 +26,7 @@ void complain(const std::string& text)
 
 void StderrSink::write(const Message& message)
 {
-    writeToStderr(lineOf(message, m_zones));
+    writeToStderr(m_hasColours ? colouredLineOf(message, m_zones) : lineOf(message, m_zones));
 }
 
 } // namespace impl

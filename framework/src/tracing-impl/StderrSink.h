@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The sink that needs nothing: lines to standard error, each with one write.
+// Lines to standard error, each with one write.
 
 #ifndef TRACINGIMPL_SRC_TRACINGIMPL_STDERRSINK_H
 #define TRACINGIMPL_SRC_TRACINGIMPL_STDERRSINK_H
@@ -24,12 +24,15 @@ class StderrSink : public Sink
 {
 public:
     /// `zones` is not owned and must outlive the sink.
-    explicit StderrSink(const TimeZones& zones) : m_zones(zones) {}
+    explicit StderrSink(const TimeZones& zones, bool hasColours = false)
+        : m_zones(zones), m_hasColours(hasColours)
+    {}
 
     void write(const Message& message) override;
 
 private:
     const TimeZones& m_zones;
+    const bool m_hasColours;
 };
 
 } // namespace impl

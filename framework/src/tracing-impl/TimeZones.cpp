@@ -31,6 +31,7 @@ int TimeZones::add(const std::string& name, long long seconds)
         return -1;
     }
     m_zones[place].seconds = seconds % DAY;
+    m_hasZones = true;
     return static_cast<int>(place);
 }
 
@@ -44,6 +45,7 @@ void TimeZones::update(int id, long long seconds)
 
 void TimeZones::append(std::string& out, long long seconds) const
 {
+    if (!m_hasZones) return;
     const zel::ScopedLock lock(m_mutex);
     for (const Zone& zone : m_zones) {
         out += ' ';

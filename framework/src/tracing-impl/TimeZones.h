@@ -6,6 +6,7 @@
 #ifndef TRACINGIMPL_SRC_TRACINGIMPL_TIMEZONES_H
 #define TRACINGIMPL_SRC_TRACINGIMPL_TIMEZONES_H
 
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -39,6 +40,8 @@ private:
         long long seconds;
     };
 
+    /// Read without the lock: who has no zones needs none, also where a fork has left it locked.
+    std::atomic<bool> m_hasZones{false};
     mutable zel::Mutex m_mutex;
     std::vector<Zone> m_zones ZEL_GUARDED_BY(m_mutex);
 };

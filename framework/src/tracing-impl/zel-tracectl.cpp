@@ -6,10 +6,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <string_view>
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -24,6 +26,8 @@ enum {
 
 constexpr const char* SOCKET_VARIABLE = "ZEL_TRACE_CONTROL";
 constexpr const char* HEX_DIGITS = "0123456789abcdef";
+/// Seconds in which a process answers, unless a callback takes its time.
+constexpr time_t PATIENCE = 5;
 constexpr std::string_view OK = "ok";
 constexpr std::string_view ERROR = "error ";
 
@@ -107,6 +111,13 @@ private:
     std::string m_bytes;
 };
 
+/// Lets reading fail after a while, or never.
+void limitTime(int fd, time_t seconds)
+{
+    const timeval limit{seconds, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+}
+
 /// Prints the answer, and, if `isWatch`, what comes behind it.
 int printAnswer(LineSource& source, bool isWatch)
 {
@@ -116,7 +127,9 @@ int printAnswer(LineSource& source, bool isWatch)
         if (line == OK) break;
         std::puts(line.c_str());
     }
-    if (line != OK) return complain("the process has hung up");
+    if (line != OK)
+        return complain(errno == EAGAIN ? "the process does not answer"
+                                        : "the process has hung up");
     while (isWatch && source.next(line)) {
         std::puts(line.c_str());
         std::fflush(stdout);
@@ -152,6 +165,9 @@ int run(const std::string& path, const std::string& request)
     const int fd = connectTo(path);
     if (fd == -1) return complain(path + ": " + std::strerror(errno));
     LineSource source(fd);
+    const bool isQuick = request == "list" || request.compare(0, 4, "set ") == 0;
+    if (isQuick) limitTime(fd, PATIENCE);
+    errno = 0;
     const bool isSent = sendAll(fd, request + '\n');
     const int status =
         isSent ? printAnswer(source, request == "watch") : complain("the process has hung up");

@@ -106,6 +106,11 @@ DltReturnValue dlt_register_app(const char* id, const char* description)
     return note(std::string("application ") + id + " " + description, answers.takesApplication);
 }
 
+DltReturnValue dlt_user_log_resend_buffer()
+{
+    return note("resend");
+}
+
 DltReturnValue dlt_unregister_app_flush_buffered_logs()
 {
     return note("no application");
