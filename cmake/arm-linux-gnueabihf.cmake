@@ -8,10 +8,13 @@ set(triplet arm-linux-gnueabihf)
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
 
-set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
+# The compiler's own libraries, and what tools/unpack-arm-packages has brought.
+cmake_path(SET packages NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../build/arm-packages")
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet} ${packages})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/${triplet})
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/${triplet}
+  -E LD_LIBRARY_PATH=${packages}/usr/lib/${triplet})
