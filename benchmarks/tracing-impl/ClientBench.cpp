@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What an enabled message costs the thread that logs it, from the call to the queue, with one
-// thread and with four, beside spdlog's asynchronous logger and the call of DLT. All of them write
-// lines nowhere: to /dev/null, and DLT without a daemon to its buffer.
+// thread and with four, beside spdlog's asynchronous logger and the call of DLT. Lines go to
+// /dev/null, and those of DLT to a daemon, see with-daemon.
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include <dlt/dlt.h>
 #include <spdlog/async.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/spdlog.h>
+#include <syslog.h>
 
 #include <zelcommon.h>
 
@@ -54,6 +57,7 @@ spdlog::logger& asyncLogger()
 DltContext& dltContext()
 {
     static DltContext* const s_context = [] {
+        dlt_log_set_level(LOG_CRIT);
         dlt_set_resend_timeout_atexit(0);
         dlt_register_app("BNCH", "bench");
         auto* const context = new DltContext{};
@@ -61,6 +65,16 @@ DltContext& dltContext()
         return context;
     }();
     return *s_context;
+}
+
+/// Messages of one thread that fit into the daemon's pipe, with those of three more.
+constexpr unsigned int BURST = 100;
+
+void letDaemonCatchUp(benchmark::State& state)
+{
+    state.PauseTiming();
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    state.ResumeTiming();
 }
 
 void zelLog(benchmark::State& state)
@@ -98,12 +112,16 @@ void spdlogAsyncText(benchmark::State& state)
 void dltText(benchmark::State& state)
 {
     DltContext& context = dltContext();
+    int refused = 0;
+    unsigned int sent = 0;
     for (auto _ : state) {
+        if (++sent % BURST == 0) letDaemonCatchUp(state);
         DltContextData data;
         if (dlt_user_log_write_start(&context, &data, DLT_LOG_INFO) <= 0) continue;
         dlt_user_log_write_string(&data, "a text of some length, as most are");
-        dlt_user_log_write_finish(&data);
+        if (dlt_user_log_write_finish(&data) < 0) ++refused;
     }
+    state.counters["refused"] = benchmark::Counter(refused, benchmark::Counter::kAvgIterations);
 }
 
 } // namespace
@@ -112,6 +130,8 @@ void bench::registerCases()
 {
     addInRealTime("queued", {{"ours", zelLog}, {"spdlog", spdlogAsync}});
     addInRealTime("queued", {{"ours", zelLog}, {"spdlog", spdlogAsync}}, 4);
-    addInRealTime("queuedText",
-                  {{"ours", zelLogText}, {"spdlog", spdlogAsyncText}, {"DLT", dltText}});
+    for (const int threads : {1, 4})
+        addInRealTime("queuedText",
+                      {{"ours", zelLogText}, {"spdlog", spdlogAsyncText}, {"DLT", dltText}},
+                      threads);
 }
