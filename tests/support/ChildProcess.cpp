@@ -66,17 +66,15 @@ void dropEmulatorNote(std::string& text)
     if (note != std::string::npos) text.resize(note);
 }
 
-/// Writes down what the child has run, where that is counted.
-void saveCoverage()
-{
 #ifdef SUPPORT_COVERAGE
-    // A body may have taken from the child what it needs for that.
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    if (setrlimit(RLIMIT_FSIZE, &limit) == 0 && seteuid(getuid()) == 0) __gcov_dump();
-#endif
+/// For a signal that ends the process.
+void saveAndEnd(int number)
+{
+    saveCoverage();
+    signal(number, SIG_DFL);
+    raise(number);
 }
+#endif
 
 [[noreturn]] void leave(bool throughExit)
 {
@@ -98,7 +96,8 @@ ChildResult run(const std::function<void()>& body, bool throughExit)
         redirect(out, STDOUT_FILENO);
         redirect(err, STDERR_FILENO);
 #ifdef SUPPORT_COVERAGE
-        signal(SIGABRT, [](int) { saveCoverage(); });
+        signal(SIGABRT, saveAndEnd);
+        signal(SIGTRAP, saveAndEnd);
 #endif
         body();
         leave(throughExit);
@@ -118,6 +117,17 @@ ChildResult run(const std::function<void()>& body, bool throughExit)
 }
 
 } // namespace
+
+void saveCoverage()
+{
+#ifdef SUPPORT_COVERAGE
+    // The process may have taken from itself what it needs for that.
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    if (setrlimit(RLIMIT_FSIZE, &limit) == 0 && seteuid(getuid()) == 0) __gcov_dump();
+#endif
+}
 
 ChildResult runInChild(const std::function<void()>& body)
 {

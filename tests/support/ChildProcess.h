@@ -36,6 +36,10 @@ ChildResult runInChild(const std::function<void()>& body);
 /// As `runInChild`, but the child ends through `exit(0)`, with its exit handlers.
 ChildResult runInChildToExit(const std::function<void()>& body);
 
+/// Writes down what the process has run, where that is counted: for one that ends without its exit
+/// handlers.
+void saveCoverage();
+
 /// The first line of a default report: "TITLE in process P / thread T !\n" for the child of
 /// `result` and the calling thread.
 std::string reportTitle(const std::string& title, const ChildResult& result);

@@ -8,6 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "ChildProcess.h"
+
 // The thread sanitizer does not let go of threads that a child does not have.
 #ifdef __has_feature
 #if __has_feature(thread_sanitizer)
@@ -26,7 +28,9 @@ int runForked(const Body& body)
     const pid_t child = fork();
     if (child == 0) {
         alarm(PATIENCE);
-        _exit(body());
+        const int code = body();
+        saveCoverage();
+        _exit(code);
     }
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {}

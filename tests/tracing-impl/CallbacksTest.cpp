@@ -243,6 +243,33 @@ TEST_F(Callbacks, Remove_ByTheCallbackItself_DoesNotWait)
     EXPECT_EQ("once(0, 'now')", takeCalls());
 }
 
+/// The first call waits in the callback until the second one, of another thread, has ended.
+struct SharedObject : CallbackObject
+{
+    void called(int id, void*, unsigned int size) override
+    {
+        if (size != 0) return;
+        m_begun.set_value();
+        m_secondHasEnded.get_future().wait();
+        EXPECT_EQ(0, s_callbacks->remove(id));
+    }
+
+    std::promise<void> m_begun;
+    std::promise<void> m_secondHasEnded;
+};
+
+TEST_F(Callbacks, Remove_ByTheCallbackItself_AnotherThreadHasLeftIt_DoesNotWait)
+{
+    SharedObject object;
+    m_callbacks.add("shared", &object);
+    std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("shared", "")); });
+    object.m_begun.get_future().wait();
+    EXPECT_TRUE(m_callbacks.call("shared", "second"));
+    object.m_secondHasEnded.set_value();
+    calling.join();
+    EXPECT_FALSE(m_callbacks.call("shared", ""));
+}
+
 TEST_F(Callbacks, Call_Throws_IsToldAndCountsAsMade)
 {
     const support::ChildResult child = support::runInChild([this] {

@@ -50,6 +50,15 @@ TEST(ChannelTree, TakeIn_GivesPlacePathIdLevelAndClient)
     EXPECT_EQ("name=pump path=pump id=0 level=6 children=1 without client", fieldsOf(rootOf(net)));
 }
 
+TEST(ChannelTree, TakeIn_Again_ChangesNothing)
+{
+    TracingTree pump;
+    Member net(pump, "net", 2);
+    pump.tree.takeIn(net);
+    EXPECT_EQ("name=net path=net id=1 level=2 parent=pump children=0", fieldsOf(net));
+    EXPECT_EQ(1u, pump.tree.releaseAll().size());
+}
+
 TEST(ChannelTree, TakeIn_LocalNameGetsAPath)
 {
     TracingTree pump;

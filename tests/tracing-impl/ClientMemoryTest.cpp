@@ -23,6 +23,7 @@ using support::RecordingSink;
 using support::SinkRecord;
 using support::traceMessage;
 using tracing::Channel;
+using tracing::client_helper;
 using tracing::impl::Client;
 using tracing::impl::MessageQueue;
 using tracing::impl::OwnedText;
@@ -158,6 +159,19 @@ TEST_F(ClientMemoryTest, Registrations_NoMemory_AreRefused)
     EXPECT_FALSE(m_client.disableChannel(&m_net));
     m_client.registerThread("name");
     m_client.unregisterThread();
+}
+
+TEST(ClientMemory, Init_NoMemory_IsRefusedAndWorksLater)
+{
+    const support::ChildResult child = support::runInChild([] {
+        attemptsOf([] { EXPECT_FALSE(client_helper->init("pump")); });
+        EXPECT_EQ(nullptr, tracing::IClient::s_client);
+        EXPECT_TRUE(client_helper->init("pump"));
+        EXPECT_EQ("pump", tracing::IClient::s_client->getClientId());
+        client_helper->deinit();
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("", child.err);
 }
 
 TEST_F(ClientMemoryTest, EmergencyLog_NoMemory_IsWritten)

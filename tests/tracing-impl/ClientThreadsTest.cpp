@@ -127,6 +127,23 @@ TEST_F(ClientThreadsTest, LogWhileLevelsChange_NothingIsLostButWhatTheCountSays)
     EXPECT_EQ(0, m_arrivals.disordered);
 }
 
+TEST_F(ClientThreadsTest, LevelsChangeByPathWhileChannelsComeAndGo_LastLevelCounts)
+{
+    constexpr int ROUNDS = 1000;
+    makeClient(0);
+    std::thread building([this] {
+        for (int round = 0; round < ROUNDS; ++round) {
+            Channel tcp("net_tcp_" + std::to_string(round % 7), 7, 0);
+            m_client->channelRegistered(&tcp);
+            m_client->channelUnregistered(&tcp);
+        }
+    });
+    for (int round = 0; round < ROUNDS; ++round)
+        m_client->setLevel("net", static_cast<short>(round % 6));
+    building.join();
+    EXPECT_EQ(3, m_net.m_filterLevel);
+}
+
 TEST_F(ClientThreadsTest, LogSafelyWhileChannelsComeAndGo_NothingIsLost)
 {
     makeClient(8);

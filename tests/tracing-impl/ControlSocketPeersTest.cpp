@@ -4,6 +4,7 @@
 
 #include <tracing-impl/ControlSocket.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <thread>
@@ -157,6 +158,19 @@ TEST_F(ControlSocketPeersTest, WatcherDoesNotRead_OthersAreServed)
         m_watchers->show(line + "\n");
     EXPECT_EQ("ok\n", ControlTool(m_path).ask(SET));
     EXPECT_EQ(line + "\n", watcher.lines(1));
+}
+
+TEST_F(ControlSocketPeersTest, SlowWatcher_IsToldOfItsGapWithoutANextMessage)
+{
+    constexpr int MORE_THAN_A_SOCKET_TAKES = 1000;
+    ControlTool watcher(m_path);
+    EXPECT_EQ("ok\n", watcher.ask("watch\n"));
+    for (int i = 0; i < MORE_THAN_A_SOCKET_TAKES; ++i)
+        m_watchers->show(std::string(1000, 'x') + "\n");
+    std::string line = watcher.lines(1);
+    while (line[0] == 'x')
+        line = watcher.lines(1);
+    EXPECT_EQ(" messages missed)\n", line.substr(std::min(line.size(), line.find(' '))));
 }
 
 TEST_F(ControlSocketPeersTest, SeveralWatchers_AllSeeEverything)

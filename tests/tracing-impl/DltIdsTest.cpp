@@ -30,6 +30,13 @@ TEST(DltIds, LeaveOutWhatIsNoLetterAndNoDigit)
     EXPECT_EQ(ids.take(std::string("g\0ps", 4)), "GPS");
 }
 
+TEST(DltIds, TellLettersAndDigitsFromTheirNeighbours)
+{
+    DltIds ids;
+    EXPECT_EQ(ids.take("@A[`z{/0:"), "AZ0");
+    EXPECT_EQ(ids.take("Z`a/9:{["), "ZA9");
+}
+
 TEST(DltIds, HaveAnIdForANameWithoutLetters)
 {
     DltIds ids;

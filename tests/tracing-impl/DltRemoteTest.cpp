@@ -4,6 +4,7 @@
 
 #include <tracing-impl/DltRemote.h>
 
+#include <new>
 #include <string>
 
 #include <common/tracing/Levels.h>
@@ -87,6 +88,47 @@ TEST_F(DltRemote, CallsWhatIsInjected)
     EXPECT_EQ(fakedlt::inject(""), DLT_RETURN_OK);
     EXPECT_EQ(m_target.calls, (Calls{"restart()", "restart(now, please)", "restart()",
                                      std::string("a(b\0c)", 6), "unknown()", "()"}));
+}
+
+TEST_F(DltRemote, LeavesOutALevel_OfAContextThatItDoesNotKnow)
+{
+    const SinkPtr sink = makeQuietly();
+    sink->channelChanged("net", Levels::LevelINFO);
+    char id[] = {'A', 'U', 'D', 'I'};
+    tracing::impl::DltRemote::levelChanged(id, DLT_LOG_VERBOSE, CHANGED);
+    EXPECT_EQ(m_target.calls, Calls{});
+}
+
+TEST_F(DltRemote, ReadsNothingBehindAnId)
+{
+    const SinkPtr sink = makeQuietly();
+    sink->channelChanged("net_tcp", Levels::LevelINFO);
+    char id[] = {'N', 'E', 'T', 'T', 'X', 0};
+    tracing::impl::DltRemote::levelChanged(id, DLT_LOG_VERBOSE, CHANGED);
+    EXPECT_EQ(m_target.calls, Calls{"net_tcp=trace"});
+}
+
+TEST_F(DltRemote, LivesOn_WhenTheTargetThrows)
+{
+    const SinkPtr sink = makeQuietly();
+    sink->channelChanged("net", Levels::LevelINFO);
+    m_target.onLevel = m_target.onCall = [] { throw std::bad_alloc(); };
+    fakedlt::changeLevel("NET", DLT_LOG_VERBOSE, CHANGED);
+    EXPECT_EQ(fakedlt::inject("restart"), DLT_RETURN_ERROR);
+    m_target.onLevel = m_target.onCall = nullptr;
+    fakedlt::changeLevel("NET", DLT_LOG_FATAL, CHANGED);
+    EXPECT_EQ(fakedlt::inject("restart"), DLT_RETURN_OK);
+    EXPECT_EQ(m_target.calls, (Calls{"net=trace", "restart()", "net=fatal", "restart()"}));
+}
+
+TEST_F(DltRemote, BringsNothing_OfAnEarlierSinksContexts)
+{
+    SinkPtr sink = makeQuietly();
+    sink->channelChanged("net", Levels::LevelINFO);
+    sink.reset();
+    sink = makeQuietly();
+    fakedlt::changeLevel("NET", DLT_LOG_VERBOSE, CHANGED);
+    EXPECT_EQ(m_target.calls, Calls{});
 }
 
 TEST_F(DltRemote, BringsNothing_AfterItsEnd)

@@ -133,6 +133,34 @@ TEST_F(DltSink, FailsOnMessages_IfDltTakesNoContext)
     EXPECT_EQ(fakedlt::takeCalls(), Calls{"context NET 4 1 net"});
 }
 
+TEST_F(DltSink, DropsMessages_IfDltDoesNotTakeThem)
+{
+    const SinkPtr sink = makeQuietly();
+    fakedlt::answers.takesMessages = false;
+    sink->write(textMessage("net", Levels::LevelINFO, "lost"));
+    EXPECT_EQ(fakedlt::takeCalls(), Calls{"context NET 4 1 net"});
+}
+
+TEST_F(DltSink, FailsOnMessages_IfThereIsNoIdLeft)
+{
+    const SinkPtr sink = makeQuietly();
+    for (int number = 0; number < 10000; ++number)
+        sink->channelChanged("nett_" + std::to_string(number), Levels::LevelINFO);
+    fakedlt::takeCalls();
+    EXPECT_THROW(sink->write(textMessage("nett_last", Levels::LevelINFO, "lost")),
+                 std::runtime_error);
+    sink->write(textMessage("nett_9999", Levels::LevelINFO, "kept"));
+    EXPECT_EQ(fakedlt::takeCalls(), Calls{"text 9999 4 kept"});
+}
+
+TEST_F(DltSink, TakesALevelBelowAll_ForTheLowest)
+{
+    const SinkPtr sink = makeQuietly();
+    sink->channelChanged("net", -1);
+    sink->write(textMessage("net", -1, "hello"));
+    EXPECT_EQ(fakedlt::takeCalls(), (Calls{"context NET 6 1 net", "text NET 6 hello"}));
+}
+
 TEST_F(DltSink, TriesAContextAgain_WithItsId)
 {
     const SinkPtr sink = makeQuietly();
@@ -275,7 +303,8 @@ TEST_F(DltSink, HandsOnATimeStamp)
     fakedlt::takeCalls();
     sink->write(stampedMessage(0));
     sink->write(stampedMessage(4294967295));
-    EXPECT_EQ(fakedlt::takeCalls(), (Calls{"text NET 4 @0 hello", "text NET 4 @4294967295 hello"}));
+    EXPECT_EQ(fakedlt::takeCalls(),
+              (Calls{"text NET 4 at 0 hello", "text NET 4 at 4294967295 hello"}));
 }
 
 TEST_F(DltSink, WritesATimeStampIntoTheText_ThatDltCannotHold)

@@ -19,6 +19,7 @@
 #include <support/ForkedChild.h>
 #include <support/RecordingSink.h>
 #include <support/TraceLines.h>
+#include <tracing-impl/CallbackObject.h>
 #include <tracing-impl/Client.h>
 #include <tracing-impl/CurrentThread.h>
 
@@ -152,6 +153,55 @@ TEST(Fork, Client_OthersLogAtOnce_ChildLogsAndRegisters)
               "TIME warning named [T] named\n"
               "emergency\n",
               support::bareLines(child.err));
+}
+
+/// In a child. Returns 0 if nothing is registered there.
+int registerForked(BusyClient& busy)
+{
+    class Ignoring : public tracing::CallbackObject
+    {
+        void called(int, void*, unsigned int) override {}
+    } object;
+    const auto ignore = [](int, void*, unsigned int) {};
+    busy.m_client.updateTimeZone(0, 60);
+    const bool isRefused = busy.m_client.registerCallback("function", ignore) == -1 &&
+                           busy.m_client.registerCallback("object", &object) == -1 &&
+                           busy.m_client.unregisterCallback(0) == -1 &&
+                           busy.m_client.registerTimeZone("other", 60) == -1;
+    return isRefused ? 0 : 1;
+}
+
+TEST(Fork, Client_OthersLog_ChildRegistersNothingElse)
+{
+    const support::ChildResult child = support::runInChild([] {
+        BusyClient busy(16);
+        EXPECT_EQ(0, busy.m_client.registerCallback("restart", [](int, void*, unsigned int) {}));
+        EXPECT_EQ(0, support::runForked([&busy] { return registerForked(busy); }));
+        EXPECT_EQ(0, busy.m_client.unregisterCallback(0));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("", child.err);
+}
+
+/// In a child. Returns the filter of a channel that is built there.
+int builtForked(short level)
+{
+    const Channel built("built", level, Channel::FLAG_REGISTER);
+    return built.m_filterLevel;
+}
+
+TEST(Fork, Client_ChannelBuiltInAChild_HasItsLevelOrWarning)
+{
+    const support::ChildResult child = support::runInChild([] {
+        BusyClient busy(16);
+        EXPECT_EQ(0, support::runForked([] { return builtForked(0); }));
+        EXPECT_EQ(6, support::runForked([] { return builtForked(6); }));
+        EXPECT_EQ(8, support::runForked([] { return builtForked(8); }));
+        EXPECT_EQ(3, support::runForked([] { return builtForked(7); }));
+        EXPECT_EQ(3, support::runForked([] { return builtForked(9); }));
+        EXPECT_EQ(3, support::runForked([] { return builtForked(-1); }));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
 }
 
 TEST(Fork, Client_OthersLog_ManyChildren)

@@ -2,12 +2,15 @@
 //
 // What the four variables do to a process, and what it says of those that it does not understand.
 
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <iterator>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,8 +21,10 @@
 #include <common/tracing/IClient.h>
 #include <support/ChildProcess.h>
 #include <support/ControlTool.h>
+#include <support/ForkedChild.h>
 #include <support/TemporaryFolder.h>
 #include <support/TraceLines.h>
+#include <tracing-impl/LocalTime.h>
 
 namespace {
 
@@ -188,6 +193,33 @@ TEST(HelperEnvironment, Queue_NotUnderstood_IsTold)
               bareLines(child.err));
 }
 
+TEST(HelperEnvironment, Errno_IsKept)
+{
+    const support::TemporaryFolder folder;
+    setenv("ZEL_TRACE_CONTROL", folder.pathOf("none/sock").c_str(), 1);
+    const ChildResult child = support::runInChild([] {
+        errno = EDOM;
+        EXPECT_TRUE(client_helper->init("pump"));
+        EXPECT_EQ(EDOM, errno);
+        client_helper->deinit();
+        EXPECT_EQ(EDOM, errno);
+    });
+    unsetenv("ZEL_TRACE_CONTROL");
+    EXPECT_EQ(0, child.exitCode) << child.out;
+}
+
+TEST(HelperEnvironment, TimeZone_IsReadAnewByInit)
+{
+    const ChildResult child = runWith({{"TZ", "UTC"}}, [] {
+        EXPECT_EQ(0, tracing::impl::localSeconds(0));
+        client_helper->deinit();
+        setenv("TZ", "XYZ-5", 1);
+        client_helper->init("pump");
+        EXPECT_EQ(18000, tracing::impl::localSeconds(0));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+}
+
 TEST(HelperEnvironment, Control_ServesTools)
 {
     const TemporaryFolder folder;
@@ -246,6 +278,31 @@ TEST(HelperEnvironment, Control_CallbackCallsDeinit_IsIgnored)
     EXPECT_EQ("tracing: deinit from a callback is ignored\n"
               "tracing: deinit from a callback is ignored\n",
               child.err);
+}
+
+std::promise<void> s_begun;
+
+TEST(HelperEnvironment, Control_CallbackCallsInitWhileDeinitWaits_Returns)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.pathOf("sock");
+    const ChildResult child = runWith({{"ZEL_TRACE_CONTROL", path}}, [&path] {
+        alarm(60);
+        IClient::s_client->registerCallback("begin", [](int, void*, unsigned int) {
+            s_begun.set_value();
+            for (int i = 0; i < 1000; ++i) {
+                EXPECT_TRUE(client_helper->init("other"));
+                std::this_thread::yield();
+            }
+        });
+        ControlTool tool(path);
+        EXPECT_TRUE(tool.send("call begin -\n"));
+        s_begun.get_future().wait();
+        client_helper->deinit();
+        EXPECT_EQ(nullptr, IClient::s_client);
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("", child.err);
 }
 
 TEST(HelperEnvironment, Control_WatchSeesEverythingUpToTheEnd)

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <string>
 #include <thread>
 
@@ -170,6 +171,28 @@ TEST(LocalTime, LocalSeconds_QuartersOfAnHour)
         EXPECT_EQ("2026-03-29 06:45:00", localText(SUMMER));
         setZone("MART9:30");
         EXPECT_EQ("2026-03-28 15:30:00", localText(SUMMER));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+}
+
+TEST(LocalTime, LocalSeconds_ClockIsPutForwardWithinAnHourOfUtc)
+{
+    const ChildResult child = support::runInChild([] {
+        setZone("LHST-10:30LHDT-11,M10.1.0,M4.1.0");
+        EXPECT_EQ("2026-10-04 01:59:59", localText(1791041399));
+        EXPECT_EQ("2026-10-04 02:30:00", localText(1791041400));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+}
+
+TEST(LocalTime, LocalSeconds_BeyondTheCalendar_KeepsTheOffset)
+{
+    if (sizeof(std::time_t) == 4) GTEST_SKIP() << "the calendar has all that there is";
+    const ChildResult child = support::runInChild([] {
+        constexpr std::time_t BEYOND = std::numeric_limits<std::time_t>::max() / 2;
+        setZone(CENTRAL_EUROPE);
+        EXPECT_EQ(SUMMER + 7200, localSeconds(SUMMER));
+        EXPECT_EQ(BEYOND + 7200, localSeconds(BEYOND));
     });
     EXPECT_EQ(0, child.exitCode) << child.out;
 }

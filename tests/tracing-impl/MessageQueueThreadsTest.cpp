@@ -178,6 +178,8 @@ TEST(MessageQueueThreads, Close_PushThatWaits_IsDropped)
         MessageQueue queue(1);
         push(queue, "a");
         std::thread pushing([&] { pushSafely(queue, "b"); });
+        for (int i = 0; i < 10 * round; ++i)
+            std::this_thread::yield(); // later rounds mostly find it waiting
         queue.close();
         pushing.join();
         EXPECT_EQ(1u, queue.takeDropped());

@@ -157,6 +157,19 @@ TEST(MessageRing, Swap_ExchangesAll)
     EXPECT_EQ("abc", take(other, 3));
 }
 
+TEST(MessageRing, Swap_ExchangesTheCapacity)
+{
+    MessageRing ring(2);
+    MessageRing other(3);
+    addLetters(other, "abc");
+    ring.swap(other);
+    EXPECT_TRUE(ring.isFull());
+    addLetters(other, "de");
+    EXPECT_TRUE(other.isFull());
+    EXPECT_EQ("abc", take(ring, 3));
+    EXPECT_EQ("de", take(other, 2));
+}
+
 TEST(MessageRing, Pieces_OrderAcrossThem)
 {
     constexpr const char* LETTERS = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN";

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -296,6 +297,18 @@ TEST_F(QueuedMessage, MoveTo_AnEmptyOne)
     fill(to, 1000, true);
     from.moveTo(to);
     expectEmpty(to);
+    expectBlocks(0);
+}
+
+TEST_F(QueuedMessage, Assign_MoreThanAnyMemory_IsEmptyAndReleasesWhatWasKept)
+{
+    Queued queued;
+    fill(queued, 1000);
+    Message message = {};
+    message.path = "net";
+    message.payload = std::string_view("a", std::numeric_limits<std::size_t>::max());
+    EXPECT_FALSE(queued.assign(message, nullptr));
+    expectEmpty(queued);
     expectBlocks(0);
 }
 

@@ -146,6 +146,15 @@ TEST_F(SpdlogSink, WritesLinesToAFile)
               "2026-11-21 12:00:00.123456 fatal net_tcp [7 receiver] type 0, 2 bytes: 00 ff\n");
 }
 
+TEST_F(SpdlogSink, HasWrittenALine_WithoutAFlush)
+{
+    const support::TemporaryFolder folder;
+    const SinkPtr sink = make(SinkSettings::FILE, folder.pathOf("log"));
+    sink->write(messageOf(Levels::LevelINFO, "here"));
+    EXPECT_EQ(contentOf(folder.pathOf("log")),
+              "2026-11-21 12:00:00.123456 info net_tcp [7] here\n");
+}
+
 TEST_F(SpdlogSink, ShowsObfuscatedMessagesByTheirSize)
 {
     const support::TemporaryFolder folder;
@@ -248,6 +257,15 @@ TEST_F(SpdlogSink, GivesTheSystemLogItsOwnLevels)
     EXPECT_EQ(s_systemLog,
               (std::vector<std::string>{"7 net_tcp [7] x", "7 net_tcp [7] x", "6 net_tcp [7] x",
                                         "4 net_tcp [7] x", "3 net_tcp [7] x", "2 net_tcp [7] x"}));
+}
+
+TEST_F(SpdlogSink, TakesALevelBeyondAll_ForTheNextOne)
+{
+    const SinkPtr sink = make(SinkSettings::SYSLOG);
+    s_systemLog.clear();
+    sink->write(messageOf(9, "high"));
+    sink->write(messageOf(-1, "low"));
+    EXPECT_EQ(s_systemLog, (std::vector<std::string>{"2 net_tcp [7] high", "7 net_tcp [7] low"}));
 }
 
 TEST_F(SpdlogSink, SaysWhyAFileCannotBeOpened)

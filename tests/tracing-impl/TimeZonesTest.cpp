@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -119,6 +120,19 @@ TEST_F(TimeZones, Update_OfAnIdThatIsNoneDoesNothing)
     EXPECT_EQ(" a 12:00:01", text());
 }
 
+TEST_F(TimeZones, Append_OthersAddAndChange_IsWhole)
+{
+    constexpr int ROUNDS = 1000;
+    std::thread other([this] {
+        for (int round = 0; round < ROUNDS; ++round)
+            m_zones.update(m_zones.add(std::to_string(round % 8), 3600), 3600);
+    });
+    for (int round = 0; round < ROUNDS; ++round)
+        EXPECT_EQ(0U, text().size() % 11);
+    other.join();
+    EXPECT_EQ(" 0 13:00:00 1 13:00:00", text().substr(0, 22));
+}
+
 TEST_F(TimeZones, Offsets_OfManyYears)
 {
     m_zones.add("ahead", 36500LL * 24 * 60 * 60 + 1);
@@ -133,6 +147,8 @@ TEST_F(TimeZones, Offsets_ThatMakeNoSenseKeepTheForm)
     EXPECT_EQ(22U, text().size());
     m_zones.update(id, LLONG_MIN);
     m_zones.add("b", LLONG_MAX);
+    EXPECT_EQ(22U, text().size());
+    m_zones.update(id, LLONG_MAX);
     EXPECT_EQ(22U, text().size());
     m_zones.update(id, 1);
     EXPECT_EQ(" a 12:00:01", text().substr(0, 11));

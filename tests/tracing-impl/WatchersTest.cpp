@@ -168,6 +168,18 @@ TEST(Watchers, Show_SlowOne_IsToldHowManyItMissed)
     EXPECT_EQ(3010, account.shown + account.missed);
 }
 
+TEST(Watchers, Show_SlowOneWhoseSocketBlocks_WaitsForNobody)
+{
+    constexpr int MANY = 1000;
+    const Sockets ends(SOCK_STREAM);
+    Watchers watchers;
+    watchers.add(ends.writer);
+    for (int i = 0; i < MANY; ++i)
+        watchers.show(std::string(4096, 'x') + "\n");
+    watchers.remove(ends.writer);
+    EXPECT_EQ(std::string(100, 'x'), ends.reader.take());
+}
+
 TEST(Watchers, CatchUp_SlowOne_IsToldOfItsGap)
 {
     Watchers watchers;

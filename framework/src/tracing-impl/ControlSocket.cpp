@@ -203,7 +203,8 @@ bool ControlSocket::waitForWork(Events& events)
     events[1] = {isFull || m_isCrowded ? NOBODY : m_listening, POLLIN, 0};
     for (std::size_t place = 0; place < m_connections.size(); ++place)
         events[place + 2] = {m_connections[place].fd, POLLIN, 0};
-    while (poll(events.data(), events.size(), pause()) == -1)
+    const nfds_t used = 2 + m_connections.size(); // a process may not ask for more than it may open
+    while (poll(events.data(), used, pause()) == -1)
         if (errno != EINTR) return false;
     m_isCrowded = false;
     m_watchers->catchUp();

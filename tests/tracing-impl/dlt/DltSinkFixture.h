@@ -42,11 +42,13 @@ public:
     bool call(const std::string& name, std::string bytes) override
     {
         calls.push_back(name + "(" + bytes + ")");
+        if (onCall) onCall();
         return name != "unknown";
     }
 
     Calls calls;
     std::function<void()> onLevel;
+    std::function<void()> onCall;
 };
 
 /// What tests of the sink are built on.

@@ -2,6 +2,7 @@
 
 #include "tracing-impl/dlt/FakeDlt.h"
 
+#include <csignal>
 #include <cstring>
 #include <map>
 #include <utility>
@@ -44,7 +45,7 @@ DltReturnValue noteArgument(const DltContextData& data, const std::string& kind,
 {
     std::string call = kind + " " + idOf(*data.handle) + " " + std::to_string(data.log_level);
     if (data.use_timestamp == DLT_USER_TIMESTAMP)
-        call += " @" + std::to_string(data.user_timestamp);
+        call += " at " + std::to_string(data.user_timestamp);
     return note(call + " " + value);
 }
 
@@ -88,7 +89,10 @@ void dlt_log_set_level(int) {}
 
 DltReturnValue dlt_init()
 {
-    return note("init", answers.starts);
+    sigset_t held;
+    pthread_sigmask(SIG_SETMASK, nullptr, &held);
+    const bool holdsSignals = sigismember(&held, SIGTERM) == 1;
+    return note(holdsSignals ? "init" : "init with signals", answers.starts);
 }
 
 DltReturnValue dlt_free()
@@ -151,6 +155,7 @@ DltReturnValue dlt_register_injection_callback_with_id(DltContext* context, std:
 DltReturnValue dlt_user_log_write_start(DltContext* context, DltContextData* data,
                                         DltLogLevelType level)
 {
+    if (!answers.takesMessages) return DLT_RETURN_ERROR;
     if (level > *context->log_level_ptr) return DLT_RETURN_LOGGING_DISABLED;
     data->handle = context;
     data->log_level = level;

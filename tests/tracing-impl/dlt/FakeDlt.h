@@ -19,6 +19,7 @@ struct Answers
     bool starts = true;
     bool takesApplication = true;
     bool takesContexts = true;
+    bool takesMessages = true;
 };
 
 extern Answers answers;

@@ -7,6 +7,8 @@
 #include <iostream>
 #include <string>
 
+#include <unistd.h>
+
 #include <common/tracing/Channel.h>
 #include <common/tracing/IClient.h>
 #include <common/tracing/Levels.h>
@@ -27,12 +29,18 @@ void restart(int, void* data, unsigned int size)
     print("restart: " + std::string(static_cast<const char*>(data), size));
 }
 
+void leave(int, void*, unsigned int)
+{
+    _exit(3);
+}
+
 } // namespace
 
 int main()
 {
     tracing::client_helper->init("program");
     tracing::IClient::s_client->registerCallback("restart", restart);
+    tracing::IClient::s_client->registerCallback("leave", leave);
     print("ready");
     for (std::string line; std::getline(std::cin, line);)
         s_tcp.log(tracing::Levels::LevelINFO, line);
