@@ -13,6 +13,7 @@
 #include <vector>
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -124,6 +125,21 @@ public:
     {
         return send(bytes) ? lines(count) : "(not sent)";
     }
+    /// Returns whether the process has taken all that was sent, or has hung up.
+    bool isTaken() const
+    {
+        int left = 0;
+        return ioctl(m_fd, TIOCOUTQ, &left) != 0 || left == 0;
+    }
+    /// Returns what there is to read now.
+    std::string take() const
+    {
+        char bytes[4096];
+        const ssize_t count = recv(m_fd, bytes, sizeof bytes, MSG_DONTWAIT);
+        return std::string(bytes, count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    /// Tells that there are no more requests; answers still come.
+    void endRequests() const { shutdown(m_fd, SHUT_WR); }
     void hangUp()
     {
         if (m_fd != -1) close(m_fd);

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 
 #include <malloc.h>
 
@@ -24,14 +25,17 @@ namespace {
 // Of the calling thread; in the program's static thread data, so that nothing is allocated for
 // them.
 thread_local support::AllocatorCalls t_calls;
-thread_local bool t_failing = false;
+// The attempts that fail, by their numbers: from the first to before the second.
+thread_local int t_firstFailing = 0;
+thread_local int t_endOfFailing = 0;
 
 /// Counts an attempt. Returns true if it is to fail, with `errno` set as the C library does.
 bool refused()
 {
-    ++t_calls.allocations;
-    if (t_failing) errno = ENOMEM;
-    return t_failing;
+    const int number = t_calls.allocations++;
+    const bool isFailing = number >= t_firstFailing && number < t_endOfFailing;
+    if (isFailing) errno = ENOMEM;
+    return isFailing;
 }
 
 } // namespace
@@ -86,14 +90,17 @@ AllocatorCalls allocatorCalls()
     return t_calls;
 }
 
-FailingMalloc::FailingMalloc() : m_callsBefore(t_calls.allocations)
+FailingMalloc::FailingMalloc() : FailingMalloc(0, std::numeric_limits<int>::max() / 2) {}
+
+FailingMalloc::FailingMalloc(int passing, int count) : m_callsBefore(t_calls.allocations)
 {
-    t_failing = true;
+    t_firstFailing = m_callsBefore + passing;
+    t_endOfFailing = t_firstFailing + count;
 }
 
 FailingMalloc::~FailingMalloc()
 {
-    t_failing = false;
+    t_endOfFailing = t_firstFailing;
 }
 
 int FailingMalloc::calls() const

@@ -24,11 +24,14 @@ struct AllocatorCalls
 /// Returns the calls of the calling thread.
 AllocatorCalls allocatorCalls();
 
-/// While it exists, each attempt of the calling thread to allocate fails. Not to be nested.
+/// While it exists, attempts of the calling thread to allocate fail. Not to be nested.
 class FailingMalloc
 {
 public:
+    /// All of them.
     FailingMalloc();
+    /// `count` of them, after `passing` that do not.
+    FailingMalloc(int passing, int count);
     ~FailingMalloc();
     FailingMalloc(const FailingMalloc&) = delete;
     FailingMalloc& operator=(const FailingMalloc&) = delete;

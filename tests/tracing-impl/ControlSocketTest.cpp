@@ -262,6 +262,26 @@ TEST_F(ServedSocketTest, Request_EndlesslyLong_IsHungUpOn)
     EXPECT_EQ("ok\n", ControlTool(m_path).ask("set net_tcp off\n"));
 }
 
+TEST_F(ServedSocketTest, Request_WithoutAnEnd_IsAnErrorAndDoesNothing)
+{
+    ControlTool tool(m_path);
+    ASSERT_TRUE(tool.send("set net_tcp info\nset net_tcp off"));
+    tool.endRequests();
+    EXPECT_EQ("ok\nerror the request has no end\n", tool.rest());
+    EXPECT_EQ("set net_tcp 2\n", m_target.take());
+}
+
+TEST_F(ServedSocketTest, Request_NoneAfterTheLast_IsNoError)
+{
+    ControlTool tool(m_path);
+    ASSERT_TRUE(tool.send("set net_tcp info\n"));
+    tool.endRequests();
+    EXPECT_EQ("ok\n", tool.rest());
+    ControlTool silent(m_path);
+    silent.endRequests();
+    EXPECT_EQ("", silent.rest());
+}
+
 TEST_F(ServedSocketTest, Watch_ShowsWhatComesFromThenOn)
 {
     ControlTool tool(m_path);

@@ -18,7 +18,9 @@ using support::onAnotherThread;
 using support::runInChild;
 using tracing::impl::currentThreadId;
 using tracing::impl::currentThreadName;
+using tracing::impl::isOwnThread;
 using tracing::impl::nameCurrentThread;
+using tracing::impl::OwnThread;
 
 /// The name that a new thread has after it was given `name`.
 std::string nameAfter(std::string_view name)
@@ -103,6 +105,33 @@ TEST(CurrentThread, Name_StaysInAProcessThatIsForkedOff)
     const support::ChildResult result = runInChild([] { EXPECT_EQ("main", currentThreadName()); });
     EXPECT_EQ(0, result.exitCode) << result.out;
     nameCurrentThread("");
+}
+
+TEST(CurrentThread, OwnThread_MarksUntilItsEnd)
+{
+    EXPECT_FALSE(isOwnThread());
+    {
+        const OwnThread mark;
+        EXPECT_TRUE(isOwnThread());
+    }
+    EXPECT_FALSE(isOwnThread());
+}
+
+TEST(CurrentThread, OwnThread_Nested_RestoresWhatWasBefore)
+{
+    const OwnThread outer;
+    {
+        const OwnThread inner;
+        EXPECT_TRUE(isOwnThread());
+    }
+    EXPECT_TRUE(isOwnThread());
+}
+
+TEST(CurrentThread, OwnThread_BelongsToOneThread)
+{
+    const OwnThread mark;
+    EXPECT_FALSE(onAnotherThread([] { return isOwnThread(); }));
+    EXPECT_TRUE(isOwnThread());
 }
 
 } // namespace

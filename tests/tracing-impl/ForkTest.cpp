@@ -10,12 +10,14 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <common/tracing/Channel.h>
 #include <common/tracing/ChannelList.h>
 #include <support/ChildProcess.h>
+#include <support/Descriptors.h>
 #include <support/ForkedChild.h>
 #include <support/RecordingSink.h>
 #include <support/TraceLines.h>
@@ -239,6 +241,44 @@ TEST(Fork, Client_OthersLog_ParentGoesOn)
     });
     EXPECT_EQ(0, child.exitCode) << child.out;
     EXPECT_EQ("", child.err);
+}
+
+/// Has three threads of this process, a child, log while it forks grandchildren that log and end.
+/// Returns 0 if all of them end well.
+int forkGrandchildren(Channel& net)
+{
+    constexpr int GRANDCHILDREN = 300;
+    std::atomic<bool> isDone{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] {
+            while (!isDone)
+                net.log(2, "from the child");
+        });
+    int failures = 0;
+    for (int i = 0; i < GRANDCHILDREN && failures == 0; ++i)
+        failures += support::runForked([&net] {
+            net.log(2, "from the grandchild");
+            return 0;
+        });
+    isDone = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    return failures;
+}
+
+TEST(Fork, Grandchildren_ChildLogs_LogAndEnd)
+{
+    const support::ChildResult child = support::runInChild([] {
+        const support::Descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        dup2(null, STDERR_FILENO); // which takes lines at once
+        TimeZones zones;
+        Channel net("net", 2, 0);
+        Client client(s_name, {}, 0, zones);
+        client.channelRegistered(&net);
+        EXPECT_EQ(0, support::runForked([&net] { return forkGrandchildren(net); }));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
 }
 
 } // namespace

@@ -19,6 +19,7 @@ using tracing::impl::appendBody;
 using tracing::impl::appendRest;
 using tracing::impl::appendThread;
 using tracing::impl::appendTime;
+using tracing::impl::colouredLineOf;
 using tracing::impl::levelName;
 using tracing::impl::lineOf;
 using tracing::impl::Message;
@@ -46,6 +47,11 @@ protected:
     }
 
     std::string line() const { return lineOf(m_message, m_zones); }
+    std::string colouredLine(short level)
+    {
+        m_message.level = level;
+        return colouredLineOf(m_message, m_zones);
+    }
     std::string body() const
     {
         std::string out;
@@ -244,6 +250,35 @@ TEST_F(LineFormat, Obfuscated_StampStays)
     m_message.stamp = -5;
     EXPECT_EQ("@-5 15 bytes, obfuscated", body());
     EXPECT_EQ("@-5 type 2, 6 bytes, obfuscated", rawBody("secret", 2));
+}
+
+TEST_F(LineFormat, Coloured_LevelAlone)
+{
+    const std::string head = "2026-11-21 12:00:00.123456 ";
+    const std::string rest = " net_tcp [4711] peer 7 has gone\n";
+    EXPECT_EQ(head + "\x1b[37mtrace\x1b[m" + rest, colouredLine(0));
+    EXPECT_EQ(head + "\x1b[36mdebug\x1b[m" + rest, colouredLine(1));
+    EXPECT_EQ(head + "\x1b[32minfo\x1b[m" + rest, colouredLine(2));
+    EXPECT_EQ(head + "\x1b[33m\x1b[1mwarning\x1b[m" + rest, colouredLine(3));
+    EXPECT_EQ(head + "\x1b[31m\x1b[1merror\x1b[m" + rest, colouredLine(4));
+    EXPECT_EQ(head + "\x1b[1m\x1b[41mfatal\x1b[m" + rest, colouredLine(5));
+}
+
+TEST_F(LineFormat, Coloured_WhatIsNoLevel_HasTheNearestColour)
+{
+    const std::string head = "2026-11-21 12:00:00.123456 ";
+    const std::string rest = " net_tcp [4711] peer 7 has gone\n";
+    EXPECT_EQ(head + "\x1b[37m-1\x1b[m" + rest, colouredLine(-1));
+    EXPECT_EQ(head + "\x1b[1m\x1b[41moff\x1b[m" + rest, colouredLine(6));
+    EXPECT_EQ(head + "\x1b[1m\x1b[41m99\x1b[m" + rest, colouredLine(99));
+}
+
+TEST_F(LineFormat, Coloured_HostileText_BringsNoColoursOfItsOwn)
+{
+    m_message.path = "net\x1b[1m";
+    m_message.payload = "\x1b[31m\n";
+    EXPECT_EQ("2026-11-21 12:00:00.123456 \x1b[32minfo\x1b[m net\\x1b[1m [4711] \\x1b[31m\\n\n",
+              colouredLine(2));
 }
 
 } // namespace

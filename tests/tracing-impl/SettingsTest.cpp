@@ -15,6 +15,19 @@
 
 namespace {
 
+/// Whether the process has more rights than its caller.
+bool s_isPrivileged = false;
+
+} // namespace
+
+/// In place of the system's, which asks for the rights that the process began with.
+extern "C" char* interposed_secure_getenv(const char* name) noexcept
+{
+    return s_isPrivileged ? nullptr : std::getenv(name);
+}
+
+namespace {
+
 using support::runInChild;
 using tracing::impl::Ignored;
 using tracing::impl::levelOf;
@@ -326,6 +339,16 @@ TEST(Settings, ReadSettings_TellsWhatIsIgnored)
               "\nZEL_TRACE_SINKS: 'tape' is ignored: no such sink"
               "\nZEL_TRACE_QUEUE: 'long' is ignored: no number of messages from 0 to 1048576",
               settingsWith("loud", "tape", "long", nullptr));
+}
+
+TEST(Settings, ReadSettings_MoreRightsThanTheCaller_ListensToNobody)
+{
+    s_isPrivileged = true;
+    EXPECT_EQ("no root\n[stderr stderr]\n1024\n",
+              settingsWith("trace", "file:/etc/passwd", "0", "/run/pump.sock"));
+    s_isPrivileged = false;
+    EXPECT_EQ("root=0\n[syslog syslog]\n0\n/run/pump.sock",
+              settingsWith("trace", "syslog", "0", "/run/pump.sock"));
 }
 
 } // namespace

@@ -53,6 +53,12 @@ void showBytes(int, void* data, unsigned int size)
     say("called with '" + std::string(static_cast<const char*>(data), size) + "'");
 }
 
+void endClient(int, void*, unsigned int)
+{
+    tracing::client_helper->deinit();
+    say("still there");
+}
+
 void logAll()
 {
     ZEL_LOG(s_net, Levels::LevelFATAL, "a fatal error");
@@ -71,6 +77,7 @@ void start()
     if (!tracing::client_helper->init("pump-station")) std::abort();
     tracing::IClient::s_client->registerCallback("levels", showLevels);
     tracing::IClient::s_client->registerCallback("bytes", showBytes);
+    tracing::IClient::s_client->registerCallback("end", endClient);
     say("started");
 }
 
