@@ -52,8 +52,7 @@ const sockaddr* generic(const sockaddr_un& address)
 
 int makeSocket()
 {
-    const StandardDescriptors guard;
-    return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    return awayFromStandard(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
 /// Returns whether there is a socket of the process's user that nobody serves.
@@ -136,8 +135,8 @@ bool ControlSocket::bindTo(const std::string& path)
     closeInChildren(m_listening); // so that tools notice when this process has gone
     if (fchmod(m_listening, OWNER_ALONE) != 0) return false; // before anybody can connect
     if (isAbandoned(address)) unlink(address.sun_path);
+    m_path = path; // may throw, so before there is a file
     if (bind(m_listening, generic(address), sizeof address) != 0) return false;
-    m_path = path;
     struct stat status;
     if (lstat(address.sun_path, &status) != 0) return false;
     m_device = status.st_dev;
@@ -163,11 +162,12 @@ bool ControlSocket::start()
 
 bool ControlSocket::makeWakeUp()
 {
-    const StandardDescriptors guard;
     if (pipe2(m_wakeUp, O_CLOEXEC) != 0) return false;
-    for (const int fd : m_wakeUp)
+    for (int& fd : m_wakeUp) {
+        fd = awayFromStandard(fd);
         closeInChildren(fd);
-    return true;
+    }
+    return m_wakeUp[0] != NOBODY && m_wakeUp[1] != NOBODY;
 }
 
 void ControlSocket::serve()
@@ -220,8 +220,8 @@ int ControlSocket::pause() const
 
 void ControlSocket::accept()
 {
-    const StandardDescriptors guard;
-    const int fd = accept4(m_listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    const int fd =
+        awayFromStandard(accept4(m_listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (fd == NOBODY) {
         m_isCrowded = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS;
         return;

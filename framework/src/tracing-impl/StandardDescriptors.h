@@ -12,7 +12,18 @@
 namespace tracing {
 namespace impl {
 
-/// Fills the places 0 to 2 that are free; what is opened meanwhile gets a higher one.
+/// Returns a descriptor in place of `fd`, which has a higher number than those; -1 for want of one.
+/// Does nothing for one that has.
+inline int awayFromStandard(int fd)
+{
+    if (fd < 0 || fd > STDERR_FILENO) return fd;
+    const int higher = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::close(fd);
+    return higher;
+}
+
+/// For what does not let its descriptor be moved. Fills the places 0 to 2 that are free; what is
+/// opened meanwhile gets a higher one.
 class StandardDescriptors
 {
 public:
