@@ -56,18 +56,27 @@ int interposed_pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)
 
 namespace zelbase {
 
+extern std::atomic<int> s_knownUnregistered;
+int askUnregistered();
 int processIdUnregistered();
 
 } // namespace zelbase
 
 // A second copy of the unit, whose registration is refused: what becomes of it is settled at load.
-#define processId processIdUnregistered
+#define s_knownProcessId s_knownUnregistered
+#define askProcessId askUnregistered
 #define pthread_atfork refuse
 #define getpid countedGetpid
 #include <zelbase/processId-posix.cpp>
-#undef processId
+#undef s_knownProcessId
+#undef askProcessId
 #undef pthread_atfork
 #undef getpid
+
+int zelbase::processIdUnregistered()
+{
+    return s_knownUnregistered > 0 ? s_knownUnregistered.load() : askUnregistered();
+}
 
 namespace {
 

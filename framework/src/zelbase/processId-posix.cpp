@@ -2,8 +2,6 @@
 
 #include "processId-posix.h"
 
-#include <atomic>
-
 #include <pthread.h>
 #include <unistd.h>
 
@@ -18,11 +16,9 @@ constexpr int MUST_ASK = -1;
 /// The id may be remembered and is not known.
 constexpr int UNKNOWN = 0;
 
-std::atomic<int> s_processId{MUST_ASK};
-
 void forget()
 {
-    s_processId.store(UNKNOWN, std::memory_order_relaxed);
+    zelbase::s_knownProcessId.store(UNKNOWN, std::memory_order_relaxed);
 }
 
 /// Runs at load, as registering allocates memory, which recording an error must not.
@@ -33,12 +29,16 @@ __attribute__((constructor(ZELCOMMON_INIT_PRIORITY))) void rememberFromNowOn()
 
 } // namespace
 
-int zelbase::processId()
-{
-    const int known = s_processId.load(std::memory_order_relaxed);
-    if (known > 0) return known;
+namespace zelbase {
 
+std::atomic<int> s_knownProcessId{MUST_ASK};
+
+int askProcessId()
+{
     const int asked = getpid();
-    if (known == UNKNOWN) s_processId.store(asked, std::memory_order_relaxed);
+    if (s_knownProcessId.load(std::memory_order_relaxed) == UNKNOWN)
+        s_knownProcessId.store(asked, std::memory_order_relaxed);
     return asked;
 }
+
+} // namespace zelbase

@@ -26,7 +26,8 @@ public:
     /// `file` is of static lifetime. `raise` true starts a new chain of causes: a pending error is
     /// reported as unhandled and dropped. `raise` false adds to the chain, with the pending error
     /// as the cause.
-    ErrorOutput(const char* file, int line, bool raise);
+    ErrorOutput(const char* file, int line, bool raise) : m_file(file), m_line(line), m_raise(raise)
+    {}
 
     /// Raises error `id` of `type` in the calling thread's storage. The values behind `id` are what
     /// the row's message consumes; a row without values takes the message as it stands, unformatted
@@ -50,7 +51,13 @@ public:
     void operator()(const ErrorObject& error);
 
 private:
+    friend class ErrorStorage;
+
+    ZEL_LOCAL void raise(const ErrorType& type, int id, va_list values) const;
     ZEL_LOCAL bool attempt(const ErrorType& type, int id, va_list values) const;
+    ZEL_LOCAL bool attemptFormatted(const ErrorType& type, int id, const char* message,
+                                    va_list values) const;
+    ZEL_COLD ZEL_LOCAL static void provideStorage(const char* reason);
     ZEL_LOCAL static void checkLayout();
 
     const char* m_file;

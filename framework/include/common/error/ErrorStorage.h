@@ -16,6 +16,8 @@
 
 namespace std {
 
+class ErrorOutput;
+
 /// The errors of one thread. Recording one allocates nothing.
 ///
 /// A storage is empty, pending (an error is stored and not acknowledged) or acknowledged. It is one
@@ -138,6 +140,7 @@ private:
     ZEL_LOCAL static void activate(ErrorStorage* storage);
     ZEL_LOCAL static ErrorObject* current();
     ZEL_LOCAL static char* record(const Entry& entry, bool& noStorage);
+    ZEL_LOCAL static bool recordPlain(const ErrorOutput& place, const ErrorType& type, int id);
     ZEL_LOCAL static void createOnHeap();
     ZEL_LOCAL static void announceOverwrite(const ErrorObject& oldest);
 
@@ -146,10 +149,14 @@ private:
     ZEL_LOCAL void react();
     ZEL_LOCAL void handOver(const ErrorObject* chain, int count);
     ZEL_LOCAL void startChain(bool raise);
+    ZEL_LOCAL ErrorObject& nextSlot(bool raise);
     ZEL_LOCAL ErrorObject& takeSlot();
+    ZEL_COLD ZEL_LOCAL ErrorObject& overwrite(ErrorObject& slot);
     ZEL_LOCAL ErrorObject& advance();
     ZEL_LOCAL void warnOverwritten(const ErrorObject& oldest);
     ZEL_LOCAL char* fill(ErrorObject& slot, const Entry& entry);
+    ZEL_LOCAL void fill(ErrorObject& slot, const ErrorType* type, int id, const char* file,
+                        int line, const char* reason);
     ZEL_LOCAL bool leaveChain();
     ZEL_LOCAL static void checkLayout();
 };

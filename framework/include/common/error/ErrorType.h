@@ -46,7 +46,12 @@ public:
     ErrorType& operator=(const ErrorType&) = delete;
 
     /// Returns true if `other` is this type or one of its ancestors.
-    bool isA(const ErrorType& other) const;
+    bool isA(const ErrorType& other) const
+    {
+        for (const ErrorType* type = this; type != nullptr; type = type->m_parent)
+            if (type == &other) return true;
+        return false;
+    }
 
     /// Returns the message of row `id`, null if that is what the row holds, or "" if there is no
     /// row. Asserts that there is a table ("m_idtable"), then goes on with "".
@@ -57,7 +62,17 @@ public:
     int getArgumentCount(int id) const;
 
 private:
-    ZEL_LOCAL const ErrorID* find(int id) const;
+    friend class ErrorStorage;
+
+    /// Returns row `id`, or null if there is none. A row at its own index wins over an earlier row
+    /// with the same id.
+    const ErrorID* find(int id) const
+    {
+        // A negative id is more than any number of rows.
+        const bool isInside = m_idtable != nullptr && static_cast<unsigned int>(id) < m_count;
+        return isInside && m_idtable[id].id == id ? &m_idtable[id] : search(id);
+    }
+    ZEL_LOCAL const ErrorID* search(int id) const;
     ZEL_LOCAL static void checkLayout();
 
     const ErrorID* m_idtable;

@@ -2,6 +2,7 @@
 
 #include <common/error/Error.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -45,13 +46,21 @@ using ReasonBuffer = char[ErrorObject::REASON_SIZE];
 // The format is a row of a table, which no compiler can hold against the values.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-/// Formats into a buffer beside the storage, as the values may lie in the slot that is reused. A
-/// formatting that fails leaves a terminated part of the text.
-void format(ReasonBuffer& buffer, const char* message, va_list values)
+/// Formats into a buffer beside the storage, as the values may lie in the slot that is reused.
+/// Returns the text, which is terminated. A formatting that fails leaves a part of it.
+string_view format(ReasonBuffer& buffer, const char* message, va_list values)
 {
     const errorcore::ErrnoKeeper errnoKeeper;
-    memset(buffer, 0, sizeof buffer);
-    vsnprintf(buffer, FORMAT_SIZE, message, values);
+    va_list again;
+    va_copy(again, values);
+    const int length = vsnprintf(buffer, FORMAT_SIZE, message, values);
+    if (length < 0) { // once more, to see where the part ends
+        memset(buffer, 0, sizeof buffer);
+        vsnprintf(buffer, FORMAT_SIZE, message, again);
+    }
+    va_end(again);
+    if (length < 0) return buffer;
+    return string_view(buffer, min(static_cast<size_t>(length), FORMAT_SIZE - 1));
 }
 #pragma GCC diagnostic pop
 
@@ -89,14 +98,20 @@ static_assert(sizeof(raise_error) == 1);
 static_assert(sizeof(PSEUDO_FALSE) == 4);
 static_assert(sizeof(ErrorApi) == 1);
 
-ErrorOutput::ErrorOutput(const char* file, int line, bool raise)
-    : m_file(file), m_line(line), m_raise(raise)
-{}
-
 void ErrorOutput::operator()(const ErrorType& type, int id, ...)
 {
+    if (ErrorStorage::recordPlain(*this, type, id)) return;
+
     va_list values;
     va_start(values, id);
+    raise(type, id, values);
+    va_end(values);
+}
+
+/// Apart, so that a plain error does not pay for it.
+__attribute__((noinline)) void ErrorOutput::raise(const ErrorType& type, int id,
+                                                  va_list values) const
+{
     bool recorded = false;
     for (int round = 0; round < ROUNDS && !recorded; ++round) {
         va_list copy;
@@ -104,7 +119,6 @@ void ErrorOutput::operator()(const ErrorType& type, int id, ...)
         recorded = attempt(type, id, copy);
         va_end(copy);
     }
-    va_end(values);
 }
 
 void ErrorOutput::operator()(const ErrorObject& error)
@@ -135,25 +149,34 @@ void ErrorOutput::operator()(const ErrorObject& error)
 bool ErrorOutput::attempt(const ErrorType& type, int id, va_list values) const
 {
     const bool formatted = type.getArgumentCount(id) != 0;
-    const char* const message = type.getMessageString(id);
+    const char* message = type.getMessageString(id);
+    if (formatted && message != nullptr) return attemptFormatted(type, id, message, values);
 
-    ErrorStorage::Entry entry{m_raise, &type, id, m_file, m_line, nullptr, {}};
-    ReasonBuffer buffer;
-    if (formatted && message != nullptr) {
-        format(buffer, message, values);
-        entry.text = buffer;
-    } else {
-        entry.reason = message != nullptr ? message : NO_MESSAGE;
-    }
-
+    if (message == nullptr) message = NO_MESSAGE;
     bool noStorage = false;
-    ErrorStorage::record(entry, noStorage);
-    if (!noStorage) return true;
+    ErrorStorage::record({m_raise, &type, id, m_file, m_line, message, {}}, noStorage);
+    if (noStorage) provideStorage(message);
+    return !noStorage;
+}
 
+/// Apart, for its buffer, which other raises do not need.
+__attribute__((noinline)) bool ErrorOutput::attemptFormatted(const ErrorType& type, int id,
+                                                             const char* message,
+                                                             va_list values) const
+{
+    ReasonBuffer buffer;
+    const string_view text = format(buffer, message, values);
+    bool noStorage = false;
+    ErrorStorage::record({m_raise, &type, id, m_file, m_line, nullptr, text}, noStorage);
+    if (noStorage) provideStorage(buffer);
+    return !noStorage;
+}
+
+void ErrorOutput::provideStorage(const char* reason)
+{
     const errorcore::ReportGuard guard;
-    reportMissingStorage(entry.reason != nullptr ? entry.reason : buffer);
+    reportMissingStorage(reason);
     ErrorStorage::createOnHeap();
-    return false;
 }
 
 void ErrorOutput::checkLayout()

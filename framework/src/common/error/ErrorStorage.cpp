@@ -10,6 +10,7 @@
 
 #include <pthread.h>
 
+#include <common/error/Error.h>
 #include <threadsafe/TlsImpl-posix.h>
 
 #include "../../zelbase/constantInit.h"
@@ -141,7 +142,8 @@ bool ErrorStorage::equals(ErrorType& type)
 bool ErrorStorage::isA(const ErrorType& type)
 {
     const ErrorObject* const error = current();
-    return error != nullptr && error->isA(type);
+    if (error == nullptr) return false;
+    return error->m_type != nullptr ? error->m_type->isA(type) : error->isA(type);
 }
 
 /// Returns the calling thread's active storage, or null.
@@ -165,6 +167,55 @@ ErrorObject* ErrorStorage::current()
     return storage != nullptr ? storage->m_current : nullptr;
 }
 
+/// An acknowledged error is never used as a cause.
+void ErrorStorage::startChain(bool raise)
+{
+    if (raise || (m_current != nullptr && m_acknowledged)) clear();
+}
+
+/// Moves the ring on to its next slot and cuts that slot's old error off the chain.
+ErrorObject& ErrorStorage::advance()
+{
+    static_assert(INT_MAX % CAPACITY == CAPACITY - 1, "the slot after INT_MAX is slot 0");
+    constexpr int STEPPED_BACK = INT_MAX - CAPACITY + 1;
+
+    const unsigned int index = static_cast<unsigned int>(m_count) % CAPACITY;
+    m_count = m_count < INT_MAX ? m_count + 1 : STEPPED_BACK;
+    if (m_count > CAPACITY) m_errors[(index + 1) % CAPACITY].m_cause = nullptr;
+    return m_errors[index];
+}
+
+/// Returns the slot for the next error, and warns if it still holds one of the chain.
+inline ErrorObject& ErrorStorage::takeSlot()
+{
+    ErrorObject& slot = advance();
+    return m_count <= CAPACITY || m_reporting ? slot : overwrite(slot);
+}
+
+/// Returns the slot for a new error, of a new chain if `raise`.
+inline ErrorObject& ErrorStorage::nextSlot(bool raise)
+{
+    if (raise && isPending()) react();
+    startChain(raise);
+    return takeSlot();
+}
+
+/// Makes `slot` the newest error.
+inline void ErrorStorage::fill(ErrorObject& slot, const ErrorType* type, int id, const char* file,
+                               int line, const char* reason)
+{
+    slot.m_type = type;
+    slot.m_id = id;
+    slot.m_file = file;
+    slot.m_line = line;
+    slot.m_cause = m_current;
+    slot.m_thread = pthread_self();
+    slot.m_process = zelbase::processId();
+    slot.m_reason = reason;
+    m_current = &slot;
+    m_acknowledged = false;
+}
+
 /// Records in the calling thread's storage, or in the fallback storage if there is none.
 char* ErrorStorage::record(const Entry& entry, bool& noStorage)
 {
@@ -183,11 +234,36 @@ void ErrorStorage::createOnHeap()
     if (storage != active()) ::operator delete(storage);
 }
 
+/// Records an error whose reason is a row's text as it stands, if the calling thread has a storage
+/// of its own. Returns false, and records nothing, otherwise. What most errors take: it goes
+/// without an entry.
+bool ErrorStorage::recordPlain(const ErrorOutput& place, const ErrorType& type, int id)
+{
+    const ErrorID* const row = type.find(id);
+    if (row == nullptr || row->argCount != 0 || row->message == nullptr) return false;
+    ErrorStorage* const storage = active();
+    if (storage == nullptr || Fallback::is(storage)) return false;
+    ErrorObject& slot = storage->nextSlot(place.m_raise);
+    storage->fill(slot, &type, id, place.m_file, place.m_line, row->message);
+    return true;
+}
+
 char* ErrorStorage::store(const Entry& entry)
 {
-    if (entry.raise && isPending()) react();
-    startChain(entry.raise);
-    return fill(takeSlot(), entry);
+    return fill(nextSlot(entry.raise), entry);
+}
+
+/// Makes `slot` the newest error. Returns its buffer, or null if the entry refers to its reason.
+char* ErrorStorage::fill(ErrorObject& slot, const Entry& entry)
+{
+    const bool isOwn = entry.reason == nullptr;
+    fill(slot, entry.type, entry.id, entry.file, entry.line, isOwn ? slot.m_buffer : entry.reason);
+    if (!isOwn) return nullptr;
+    if (entry.text.data() != nullptr) {
+        const size_t length = entry.text.copy(slot.m_buffer, sizeof slot.m_buffer);
+        if (length < sizeof slot.m_buffer) slot.m_buffer[length] = '\0';
+    }
+    return slot.m_buffer;
 }
 
 void ErrorStorage::react()
@@ -203,36 +279,15 @@ void ErrorStorage::handOver(const ErrorObject* chain, int count)
     m_action(m_data, "unhandled error", chain, static_cast<unsigned int>(count));
 }
 
-/// An acknowledged error is never used as a cause.
-void ErrorStorage::startChain(bool raise)
+/// Warns, and returns the slot for the next error then.
+ErrorObject& ErrorStorage::overwrite(ErrorObject& slot)
 {
-    if (raise || (m_current != nullptr && m_acknowledged)) clear();
-}
-
-/// Returns the slot for the next error, and warns if it still holds one of the chain.
-ErrorObject& ErrorStorage::takeSlot()
-{
-    ErrorObject& slot = advance();
-    if (m_count <= CAPACITY || m_reporting) return slot;
-
     const ErrorObject* const newest = m_current;
     const int count = m_count;
     warnOverwritten(slot);
     // A handler that recorded errors has moved the ring on: the slot may be taken, even be the
     // newest error, and must not become its own cause.
     return m_current == newest && m_count == count ? slot : advance();
-}
-
-/// Moves the ring on to its next slot and cuts that slot's old error off the chain.
-ErrorObject& ErrorStorage::advance()
-{
-    static_assert(INT_MAX % CAPACITY == CAPACITY - 1, "the slot after INT_MAX is slot 0");
-    constexpr int STEPPED_BACK = INT_MAX - CAPACITY + 1;
-
-    const int index = m_count % CAPACITY;
-    m_count = m_count < INT_MAX ? m_count + 1 : STEPPED_BACK;
-    if (m_count > CAPACITY) m_errors[(index + 1) % CAPACITY].m_cause = nullptr;
-    return m_errors[index];
 }
 
 void ErrorStorage::warnOverwritten(const ErrorObject& oldest)
@@ -251,28 +306,6 @@ void ErrorStorage::announceOverwrite(const ErrorObject& oldest)
                                   "An error was overwritten: %s:%d, id = %d, text = %.*s",
                                   errorcore::printable(oldest.m_file), oldest.m_line, oldest.m_id,
                                   static_cast<int>(reason.size()), reason.data());
-}
-
-/// Makes `slot` the newest error. Returns its buffer, or null if the entry refers to its reason.
-char* ErrorStorage::fill(ErrorObject& slot, const Entry& entry)
-{
-    slot.m_type = entry.type;
-    slot.m_id = entry.id;
-    slot.m_file = entry.file;
-    slot.m_line = entry.line;
-    slot.m_cause = m_current;
-    slot.m_thread = pthread_self();
-    slot.m_process = zelbase::processId();
-    slot.m_reason = entry.reason != nullptr ? entry.reason : slot.m_buffer;
-    m_current = &slot;
-    m_acknowledged = false;
-
-    if (entry.reason != nullptr) return nullptr;
-    if (entry.text.data() != nullptr) {
-        const size_t length = entry.text.copy(slot.m_buffer, sizeof slot.m_buffer);
-        if (length < sizeof slot.m_buffer) slot.m_buffer[length] = '\0';
-    }
-    return slot.m_buffer;
 }
 
 /// Takes this storage, which is not the active one, out of the calling thread's chain of storages,

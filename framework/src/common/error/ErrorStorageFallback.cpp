@@ -134,11 +134,6 @@ private:
     bool m_isOverwritten = false;
 };
 
-bool ErrorStorage::Fallback::is(const ErrorStorage* storage)
-{
-    return storage == &memory();
-}
-
 char* ErrorStorage::Fallback::record(const Entry& entry)
 {
     Displaced displaced;
@@ -152,11 +147,8 @@ char* ErrorStorage::Fallback::record(const Entry& entry)
 }
 
 /// The place of the storage, whether it exists yet or not. Nothing ever destroys what is there.
-ErrorStorage::Fallback& ErrorStorage::Fallback::memory()
-{
-    alignas(Fallback) static unsigned char s_memory[sizeof(Fallback)];
-    return *static_cast<Fallback*>(static_cast<void*>(s_memory));
-}
+alignas(StdoutDumpErrorStorage) unsigned char ErrorStorage::Fallback::s_memory[sizeof(
+    StdoutDumpErrorStorage)];
 
 /// Returns the storage, created by the first call. Requires the lock.
 ErrorStorage::Fallback& ErrorStorage::Fallback::instance()

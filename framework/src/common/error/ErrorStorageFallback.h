@@ -19,7 +19,7 @@ class ZEL_LOCAL std::ErrorStorage::Fallback : public StdoutDumpErrorStorage
 {
 public:
     /// Returns true if `storage` is the fallback storage.
-    static bool is(const ErrorStorage* storage);
+    static bool is(const ErrorStorage* storage) { return storage == &memory(); }
 
     /// Records in the fallback storage. Returns as `ErrorStorage::add`. Any thread.
     static char* record(const Entry& entry);
@@ -28,9 +28,11 @@ private:
     class Displaced;
     class Reporter;
 
-    static Fallback& memory();
+    static Fallback& memory() { return *static_cast<Fallback*>(static_cast<void*>(s_memory)); }
     static Fallback& instance();
     char* store(const Entry& entry, Displaced& displaced);
+
+    alignas(StdoutDumpErrorStorage) static unsigned char s_memory[sizeof(StdoutDumpErrorStorage)];
 };
 
 #endif // ZELCOMMON_SRC_COMMON_ERROR_ERRORSTORAGEFALLBACK_H

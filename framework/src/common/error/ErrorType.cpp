@@ -48,13 +48,6 @@ ZELCOMMON_CONSTANT_INIT ErrorType CommonError(COMMON_TABLE, std::size(COMMON_TAB
 ZELCOMMON_CONSTANT_INIT ErrorType CommonCriticalError(COMMON_CRITICAL_TABLE,
                                                       std::size(COMMON_CRITICAL_TABLE));
 
-bool ErrorType::isA(const ErrorType& other) const
-{
-    for (const ErrorType* type = this; type != nullptr; type = type->m_parent)
-        if (type == &other) return true;
-    return false;
-}
-
 const char* ErrorType::getMessageString(int id) const
 {
     errorcore::assertAt(MESSAGE_SITE, m_idtable != nullptr, "m_idtable");
@@ -76,14 +69,10 @@ void ErrorType::checkLayout()
     static_assert(offsetof(ErrorType, m_count) == 2 * sizeof(void*));
 }
 
-/// Returns row `id`, or null if there is none.
-const ErrorID* ErrorType::find(int id) const
+/// Returns the first row with that id, or null if there is none.
+const ErrorID* ErrorType::search(int id) const
 {
     if (m_idtable == nullptr || id < 0) return nullptr;
-
-    // A row at its own index wins over an earlier row with the same id.
-    if (id < static_cast<int>(m_count) && m_idtable[id].id == id) return &m_idtable[id];
-
     for (unsigned int row = 0; row < m_count; ++row)
         if (m_idtable[row].id == id) return &m_idtable[row];
     return nullptr;
