@@ -89,9 +89,17 @@ public:
     /// memory, or if the size with the header leaves 32 bits.
     ZEL_EXPORT explicit SharedBuf(unsigned int payloadSize);
 
-    SharedBuf(const SharedBuf& other) noexcept : Buf(other), offset(other.offset) { ref(); }
+    SharedBuf(const SharedBuf& other) noexcept : Buf()
+    {
+        copyFields(other);
+        ref();
+    }
     /// Takes the reference along; `other` is the null buffer then.
-    SharedBuf(SharedBuf&& other) noexcept : Buf(other), offset(other.offset) { other.forget(); }
+    SharedBuf(SharedBuf&& other) noexcept : Buf()
+    {
+        copyFields(other);
+        other.forget();
+    }
     /// Gives up the block held so far. A holder that has called `unref()` must not be assigned to.
     // NOLINTNEXTLINE(cert-oop54-cpp): takes the new reference first
     SharedBuf& operator=(const SharedBuf& other) noexcept
@@ -162,15 +170,22 @@ private:
         if (data != nullptr) __sync_fetch_and_add(counter(), 1U);
     }
 
+    /// One by one: as a whole they would be read back before they have been written.
     void copyFields(const SharedBuf& other)
     {
-        Buf::operator=(other);
+        data = other.data;
+        allocator = other.allocator;
+        base = other.base;
+        size = other.size;
         offset = other.offset;
     }
 
     void forget()
     {
-        Buf::operator=(Buf());
+        data = nullptr;
+        allocator = nullptr;
+        base = nullptr;
+        size = 0;
         offset = 0;
     }
 

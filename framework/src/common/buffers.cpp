@@ -50,11 +50,12 @@ Buf::Buf(unsigned int requested, const Allocator& from) : Buf(from.malloc(reques
 SharedBuf::SharedBuf(unsigned int payloadSize)
 {
     if (payloadSize > UINT_MAX - HEADER_SIZE) return;
-    Buf::operator=(Buf(payloadSize + HEADER_SIZE, DEFAULT_ALLOCATOR));
-    if (data == nullptr) {
-        forget();
-        return;
-    }
+    const Buf block(payloadSize + HEADER_SIZE, DEFAULT_ALLOCATOR);
+    if (block.data == nullptr) return;
+    data = block.data;
+    allocator = block.allocator;
+    base = block.base;
+    size = block.size;
     offset = HEADER_SIZE;
     __atomic_store_n(counter(), 1U, __ATOMIC_SEQ_CST);
 }
