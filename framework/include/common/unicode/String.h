@@ -353,19 +353,46 @@ public:
     Joiner(const Joiner&) = delete;
     Joiner& operator=(const Joiner&) = delete;
 
-    ZEL_EXPORT void measure(const String& piece);
-    ZEL_EXPORT void append(const String& piece);
+    void measure(const String& piece)
+    {
+        if (m_hasMeasured) m_needed += m_glueBytes;
+        m_needed += &piece.codec() == &UTF8 ? piece.byteLength() : bytesInUtf8(piece);
+        m_hasMeasured = true;
+    }
+    void append(const String& piece)
+    {
+        if (m_block.data == nullptr)
+            begin();
+        else
+            add(m_glue);
+        add(piece);
+    }
     /// Requires that all pieces have been appended.
     ZEL_EXPORT String finish();
 
 private:
-    ZEL_LOCAL void add(const String& text);
+    void add(const String& text)
+    {
+        const unsigned int size = text.byteLength();
+        if (&text.codec() != &UTF8 || size > m_room) return addAny(text);
+        if (size > 0) __builtin_memcpy(m_to, text.data(), size);
+        m_to += size;
+        m_room -= size;
+        m_count += text.size();
+    }
+    ZEL_EXPORT static unsigned long long bytesInUtf8(const String& text);
+    ZEL_EXPORT void begin();
+    ZEL_EXPORT void addAny(const String& text);
     ZEL_LOCAL void reserve(unsigned long long bytes);
+    ZEL_LOCAL void use(SharedBuf&& block, unsigned int filled);
 
     const String& m_glue;
+    const unsigned long long m_glueBytes;
     SharedBuf m_block;
     unsigned long long m_needed = 0;
-    unsigned int m_filled = 0;
+    /// Where the next text goes, and how many bytes have room there.
+    unsigned char* m_to = nullptr;
+    unsigned int m_room = 0;
     unsigned int m_count = 0;
     bool m_hasMeasured = false;
 };

@@ -2,15 +2,98 @@
 
 #include "Conversion.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
 
 #include "Encoding.h"
+#include "QuickConversion.h"
+#include "UnitBlock.h"
+#include "Utf8Structure.h"
 
 namespace textcore {
 
 namespace {
+
+/// Bytes that are decoded before many are measured at once again.
+constexpr unsigned int DECODED_BYTES = 64;
+
+/// What is known of the beginning of a text without decoding it.
+struct Measured
+{
+    Run run;
+    /// In the target encoding.
+    std::uint64_t bytes = 0;
+};
+
+/// Characters of one to three bytes are one unit.
+Measured measureMany(const Utf8Encoding&, const Utf16Encoding&, const Bytes& text)
+{
+    const Run run = Utf8Structure<Widest, Accept::BASIC>(text).prove();
+    return {run, run.chars * std::uint64_t(sizeof(Utf16Encoding::Unit))};
+}
+
+Measured measureMany(const Utf8Encoding&, const Ucs4Encoding&, const Bytes& text)
+{
+    const Run run = structuredRun(text);
+    return {run, run.chars * std::uint64_t(sizeof(Ucs4Encoding::Unit))};
+}
+
+/// Units that are characters themselves.
+template <typename Source>
+Measured measureMany(const Source&, const Utf8Encoding&, const Bytes& text)
+{
+    using Unit = typename Source::Unit;
+    using Block = UnitBlock<Widest, Unit>;
+    Measured many;
+    unsigned int bytes = 0;
+    while (text.size - many.run.bytes >= Block::SIZE &&
+           Block::measure(text.data + many.run.bytes, bytes)) {
+        many.run.bytes += Block::SIZE;
+        many.bytes += bytes;
+    }
+    many.run.chars = many.run.bytes / sizeof(Unit);
+    return many;
+}
+
+/// Characters that have no more bytes than they need.
+Measured measureMany(const Utf8Encoding&, const Utf8Encoding&, const Bytes& text)
+{
+    const Run run = Utf8Structure<Widest, Accept::PLAIN>(text).prove();
+    return {run, run.bytes};
+}
+
+Measured measureMany(const AnyEncoding&, const AnyEncoding&, const Bytes&)
+{
+    return {};
+}
+
+/// Characters that have all of their units, as many as a round takes.
+template <typename Source, typename Target>
+Measured measureWhole(const Source& source, const Target& target, const Bytes& text)
+{
+    constexpr unsigned int ROUND = 1024;
+    constexpr std::ptrdiff_t LONGEST = 4 * sizeof(typename Source::Unit);
+    const unsigned char* const end = text.data + text.size;
+    const unsigned char* from = text.data;
+    Measured measured;
+    while (measured.run.chars < ROUND && end - from >= LONGEST) {
+        const unsigned char* behind = from;
+        unsigned int c = 0;
+        if (!takeWhole(source, behind, c) || !isPlain(c)) break;
+        from = behind;
+        measured.bytes += target.bytesOf(c);
+        ++measured.run.chars;
+    }
+    measured.run.bytes = static_cast<unsigned int>(from - text.data);
+    return measured;
+}
+
+Measured measureWhole(const AnyEncoding&, const AnyEncoding&, const Bytes&)
+{
+    return {};
+}
 
 template <typename Source, typename Target>
 Extent measureWith(const Source& source, const Target& target, const Bytes& text,
@@ -19,20 +102,41 @@ Extent measureWith(const Source& source, const Target& target, const Bytes& text
     const std::uint64_t limit = maxBytes == UINT_MAX ? UINT64_MAX : maxBytes;
     Codec::Index at;
     std::uint64_t total = 0;
+    const auto pass = [&](const Measured& measured) {
+        if (measured.bytes > limit - total) return;
+        at.bytes += measured.run.bytes;
+        at.chars += measured.run.chars;
+        total += measured.bytes;
+    };
     while (at.bytes < text.size) {
-        const Codec::Index before = at;
-        unsigned int c = REPLACEMENT;
-        source.step(text.data, text.size, at, c);
-        if (at.bytes == before.bytes) break;
-        if (at.chars == before.chars) continue; // bytes that are no character
-        const std::uint64_t sum = total + target.bytesOf(c);
-        if (sum > limit) {
-            --at.chars;
-            break;
+        pass(measureMany(source, target, {text.data + at.bytes, text.size - at.bytes}));
+        pass(measureWhole(source, target, {text.data + at.bytes, text.size - at.bytes}));
+        const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
+        while (at.bytes < end) {
+            const Codec::Index before = at;
+            unsigned int c = REPLACEMENT;
+            source.step(text.data, text.size, at, c);
+            if (at.bytes == before.bytes) return {at.chars, total};
+            if (at.chars == before.chars) continue; // bytes that are no character
+            const std::uint64_t sum = total + target.bytesOf(c);
+            if (sum > limit) return {at.chars - 1, total};
+            total = sum;
         }
-        total = sum;
     }
     return {at.chars, total};
+}
+
+/// Moves both positions over what can be converted quickly. Some characters are left in any case.
+template <typename Source, typename Target>
+void passMany(const Source& source, const Target& target, const Bytes& text, const Extent& extent,
+              unsigned char* to, Codec::Index& from, Codec::Index& written)
+{
+    if (from.bytes > text.size || written.bytes > extent.bytes) return;
+    Course course{text.data + from.bytes, text.data + text.size, to + written.bytes,
+                  to + extent.bytes, extent.chars - from.chars};
+    convertMany(source, target, course);
+    from = {extent.chars - course.chars, static_cast<unsigned int>(course.from - text.data)};
+    written.bytes = static_cast<unsigned int>(course.to - to);
 }
 
 template <typename Source, typename Target>
@@ -43,6 +147,7 @@ void convertWith(const Source& source, const Target& target, const Bytes& text,
     Codec::Index from;
     Codec::Index written;
     while (from.chars < extent.chars) {
+        passMany(source, target, text, extent, to, from, written);
         const Codec::Index before = from;
         unsigned int c = REPLACEMENT;
         source.step(text.data, text.size, from, c);
@@ -55,21 +160,18 @@ void convertWith(const Source& source, const Target& target, const Bytes& text,
 
 } // namespace
 
-// Code of its own for each pair: conversion is where the time of mixed texts goes.
-
 Extent measure(const Codec& source, const Codec& target, const Bytes& text, unsigned int maxBytes)
 {
-    return withEncoding(source, [&](const auto& from) {
-        return withEncoding(
-            target, [&](const auto& into) { return measureWith(from, into, text, maxBytes); });
+    return withConversion(source, target, [&](const auto& from, const auto& into) {
+        return measureWith(from, into, text, maxBytes);
     });
 }
 
 void convert(const Codec& source, const Codec& target, const Bytes& text, const Extent& extent,
              unsigned char* to)
 {
-    withEncoding(source, [&](const auto& from) {
-        withEncoding(target, [&](const auto& into) { convertWith(from, into, text, extent, to); });
+    withConversion(source, target, [&](const auto& from, const auto& into) {
+        convertWith(from, into, text, extent, to);
     });
 }
 

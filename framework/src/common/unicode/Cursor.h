@@ -6,6 +6,8 @@
 #ifndef ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H
 #define ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H
 
+#include <algorithm>
+
 #include <common/unicode/String.h>
 
 #include "Encoding.h"
@@ -34,6 +36,34 @@ public:
         if (atEnd()) return;
         unsigned int last = 0;
         if (!step(last)) m_position = {m_count, m_size};
+    }
+
+    /// Returns whether there are `count` units more, and the place of the first one.
+    bool hasUnits(unsigned int count) const
+    {
+        return m_position.bytes < m_size &&
+               (m_size - m_position.bytes) / sizeof(typename Encoding::Unit) >= count;
+    }
+    const unsigned char* here() const { return m_data + m_position.bytes; }
+
+    /// Moves over characters of one unit each, which must be there.
+    void passUnits(unsigned int count)
+    {
+        m_position.bytes += count * static_cast<unsigned int>(sizeof(typename Encoding::Unit));
+        m_position.chars += count;
+    }
+
+    /// Moves over characters of one byte each, up to the next byte at which `stops` holds.
+    void passUntil(const bool (&stops)[256])
+    {
+        if (atEnd()) return;
+        const unsigned char* const from = m_data + m_position.bytes;
+        const unsigned int most = std::min(m_size - m_position.bytes, m_count - m_position.chars);
+        unsigned int passed = 0;
+        while (passed < most && !stops[from[passed]])
+            ++passed;
+        m_position.bytes += passed;
+        m_position.chars += passed;
     }
 
     /// Moves over one character and stores it in `c`. Returns false, and may leave `c`, where

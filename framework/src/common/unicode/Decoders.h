@@ -51,16 +51,10 @@ struct Utf8Decoder
         if (position >= size) return REPLACEMENT;
         const unsigned int lead = data[position];
         if (lead < 0x80) return lead;
-
-        const unsigned int tail = tailLength(lead);
-        if (tail == 0 || tail >= size - position) return REPLACEMENT;
-        unsigned int c = lead & (0x3F >> tail);
-        for (unsigned int i = 1; i <= tail; ++i) {
-            const unsigned int byte = data[position + i];
-            if (!isContinuation(byte)) return REPLACEMENT;
-            c = c << 6 | (byte & 0x3F);
-        }
-        return withoutSurrogate(c);
+        unsigned int whole = 0;
+        if (wholeLength(data + position, size - position, whole) != 0)
+            return withoutSurrogate(whole);
+        return readRare(data + position, size - position);
     }
 
     /// Moves over one character and stores it in `last`, surrogates as they are. Returns false, and
@@ -75,10 +69,15 @@ struct Utf8Decoder
         ++at.chars;
         last = lead;
         if (lead < 0x80) return true;
+        unsigned int whole = 0;
+        const unsigned int length = wholeLength(data + at.bytes - 1, size - at.bytes + 1, whole);
+        if (length != 0) {
+            at.bytes += length - 1;
+            last = whole;
+            return true;
+        }
 
-        last = REPLACEMENT;
-        const unsigned int tail = tailLength(lead);
-        if (tail != 0) passTail(data, size, at, lead, tail, last);
+        last = passRare(data, size, at);
         return true;
     }
 
@@ -90,21 +89,63 @@ struct Utf8Decoder
         return 1;
     }
 
-private:
-    static void passTail(const unsigned char* data, unsigned int size, Codec::Index& at,
-                         unsigned int lead, unsigned int tail, unsigned int& last)
+    /// Returns the length of a character of two to four bytes that has all of them, and stores it in
+    /// `c`. Returns 0 for others, also where there is no word to load; `c` may be anything then.
+    static unsigned int wholeLength(const unsigned char* data, unsigned int size, unsigned int& c)
     {
+        std::uint32_t bytes = 0;
+        if (size < sizeof bytes) return 0;
+        std::memcpy(&bytes, data, sizeof bytes);
+        const std::uint32_t lead = bytes & 0xFF;
+        const std::uint32_t second = bytes >> 8 & 0x3F;
+        const std::uint32_t third = bytes >> 16 & 0x3F;
+        if (lead < 0xE0) {
+            c = (lead & 0x1F) << 6 | second;
+            return (bytes & 0xC0C0) == 0x80C0 ? 2 : 0;
+        }
+        if (lead < 0xF0) {
+            c = (lead & 0x0F) << 12 | second << 6 | third;
+            return (bytes & 0xC0C000) == 0x808000 ? 3 : 0;
+        }
+        c = (lead & 0x07) << 18 | second << 12 | third << 6 | (bytes >> 24 & 0x3F);
+        return (bytes & 0xC0C0C008) == 0x80808000 ? 4 : 0;
+    }
+
+private:
+    // What is malformed, near the end, or longer than four bytes. Not in line: it is in the way of
+    // all else there.
+
+    /// Returns the character at `data`, where there is one byte at least.
+    __attribute__((noinline)) static unsigned int readRare(const unsigned char* data,
+                                                           unsigned int size)
+    {
+        const unsigned int tail = tailLength(data[0]);
+        if (tail == 0 || tail >= size) return REPLACEMENT;
+        unsigned int c = data[0] & (0x3F >> tail);
+        for (unsigned int i = 1; i <= tail; ++i) {
+            if (!isContinuation(data[i])) return REPLACEMENT;
+            c = c << 6 | (data[i] & 0x3F);
+        }
+        return withoutSurrogate(c);
+    }
+
+    /// Moves over the rest of a character whose lead is just behind. Returns the character.
+    __attribute__((noinline)) static unsigned int passRare(const unsigned char* data,
+                                                           unsigned int size, Codec::Index& at)
+    {
+        const unsigned int lead = data[at.bytes - 1];
+        const unsigned int tail = tailLength(lead);
+        if (tail == 0) return REPLACEMENT;
         const unsigned int first = at.bytes;
         unsigned int c = lead & (0x3F >> tail);
         for (unsigned int i = 0; i < tail; ++i) {
-            if (at.bytes >= size) return;
+            if (at.bytes >= size) return REPLACEMENT;
             const unsigned int byte = data[at.bytes++];
-            if (!isContinuation(byte)) return;
+            if (!isContinuation(byte)) return REPLACEMENT;
             c = c << 6 | (byte & 0x3F);
         }
         // Kept: here bit 30 comes from the first continuation byte, in read from the lead.
-        if (tail == 5) c = (c & 0x3FFFFFFF) | (data[first] & 1U) << 30;
-        last = c;
+        return tail == 5 ? (c & 0x3FFFFFFF) | (data[first] & 1U) << 30 : c;
     }
 };
 
@@ -143,10 +184,16 @@ struct Utf16Decoder
                              unsigned int& last)
     {
         if (at.bytes >= size || size - at.bytes < 2) return 0;
-        last = read(data, size, at);
-        const bool takesTwo = isHigh(unit(data, at.bytes)) && size - at.bytes >= 4;
-        at.bytes += takesTwo ? 4 : 2;
+        const unsigned int first = unit(data, at.bytes);
+        last = isSurrogate(first) ? REPLACEMENT : first;
         ++at.chars;
+        if (!isHigh(first) || size - at.bytes < 4) {
+            at.bytes += 2;
+            return 1;
+        }
+        const unsigned int second = unit(data, at.bytes + 2);
+        if (isLow(second)) last = combined(first, second);
+        at.bytes += 4;
         return 1;
     }
 };

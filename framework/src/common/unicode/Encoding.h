@@ -12,14 +12,20 @@
 
 namespace textcore {
 
-/// One of the library's own encodings: how it is read and written.
+/// One of the library's own encodings: how it is read and written, and how its units are stored.
 struct Utf8Encoding : Utf8Decoder, Utf8Encoder
-{};
-template <bool IS_BIG_ENDIAN>
-struct Utf16Encoding : Utf16Decoder<IS_BIG_ENDIAN>, Utf16Encoder<IS_BIG_ENDIAN>
-{};
+{
+    using Unit = std::uint8_t;
+};
+/// In the machine's byte order.
+struct Utf16Encoding : Utf16Decoder<false>, Utf16Encoder<false>
+{
+    using Unit = std::uint16_t;
+};
 struct Ucs4Encoding : Ucs4Decoder, Ucs4Encoder
-{};
+{
+    using Unit = std::uint32_t;
+};
 
 /// What a codec object is.
 enum class Kind {
@@ -60,27 +66,41 @@ private:
     Kind m_kind;
 };
 
-/// Returns `call` of the encoding of `codec`.
+/// Returns `call` of the encoding of `codec`. The byte order that the machine does not have is not
+/// worth code of its own.
 template <typename Call>
 auto withEncoding(const Codec& codec, const Call& call)
 {
     switch (kindOf(codec)) {
     case Kind::UTF8: return call(Utf8Encoding());
-    case Kind::UTF16LE: return call(Utf16Encoding<false>());
-    case Kind::UTF16BE: return call(Utf16Encoding<true>());
+    case Kind::UTF16LE: return call(Utf16Encoding());
     case Kind::UCS4: return call(Ucs4Encoding());
+    case Kind::UTF16BE:
     case Kind::OTHER: break;
     }
     return call(AnyEncoding(codec));
 }
 
-/// Returns `call` of the encodings of two codecs. Code of its own is made for equal ones alone.
+/// The same, with code of its own for UTF-8 alone.
 template <typename Call>
-auto withEncodings(const Codec& first, const Codec& second, const Call& call)
+auto withUtf8OrAny(const Codec& codec, const Call& call)
 {
-    if (&first == &second)
-        return withEncoding(first, [&](const auto& encoding) { return call(encoding, encoding); });
-    return call(AnyEncoding(first), AnyEncoding(second));
+    return kindOf(codec) == Kind::UTF8 ? call(Utf8Encoding()) : call(AnyEncoding(codec));
+}
+
+/// Returns `call` of the encodings that text is converted between. Code of its own is made for the
+/// ways from UTF-8 and to it.
+template <typename Call>
+auto withConversion(const Codec& source, const Codec& target, const Call& call)
+{
+    const Kind from = kindOf(source);
+    const Kind into = kindOf(target);
+    if (from == Kind::UTF8 && into == Kind::UTF8) return call(Utf8Encoding(), Utf8Encoding());
+    if (from == Kind::UTF8 && into == Kind::UTF16LE) return call(Utf8Encoding(), Utf16Encoding());
+    if (from == Kind::UTF8 && into == Kind::UCS4) return call(Utf8Encoding(), Ucs4Encoding());
+    if (from == Kind::UTF16LE && into == Kind::UTF8) return call(Utf16Encoding(), Utf8Encoding());
+    if (from == Kind::UCS4 && into == Kind::UTF8) return call(Ucs4Encoding(), Utf8Encoding());
+    return call(AnyEncoding(source), AnyEncoding(target));
 }
 
 } // namespace textcore

@@ -6,15 +6,22 @@
 #include <cstdint>
 #include <cstring>
 
+#include "AsciiCopy.h"
 #include "Cursor.h"
 
 namespace std::unicode {
 
 namespace {
 
+using textcore::AnyEncoding;
+using textcore::ASCII_BLOCK;
 using textcore::Cursor;
+using textcore::Kind;
+using textcore::kindOf;
 using textcore::REPLACEMENT;
-using textcore::withEncodings;
+using textcore::Ucs4Encoding;
+using textcore::Utf16Encoding;
+using textcore::Utf8Encoding;
 
 /// The first pair of code points in which two texts differ.
 struct Difference
@@ -22,6 +29,28 @@ struct Difference
     unsigned int left;
     unsigned int right;
 };
+
+/// Passes characters of ASCII that are the same in both texts, at most `steps`. Returns how many.
+template <typename Left, typename Right>
+unsigned int passEqualAscii(Cursor<Left>& left, Cursor<Right>& right, unsigned int steps)
+{
+    using LeftUnit = typename Left::Unit;
+    using RightUnit = typename Right::Unit;
+    unsigned int passed = 0;
+    unsigned int equal = ASCII_BLOCK;
+    while (equal == ASCII_BLOCK && steps - passed >= ASCII_BLOCK && left.hasUnits(ASCII_BLOCK) &&
+           right.hasUnits(ASCII_BLOCK)) {
+        equal = textcore::equalAsciiLength<LeftUnit, RightUnit>(left.here(), right.here());
+        left.passUnits(equal);
+        right.passUnits(equal);
+        passed += equal;
+    }
+    return passed;
+}
+unsigned int passEqualAscii(Cursor<AnyEncoding>&, Cursor<AnyEncoding>&, unsigned int)
+{
+    return 0;
+}
 
 /// Walks both texts for `steps` characters, or to the first difference. Where a text has fewer that
 /// can be decoded than its size says, the last one stands for the rest.
@@ -33,24 +62,38 @@ Difference differenceOf(Cursor<Left> left, Cursor<Right> right, unsigned int ste
         const bool leftMoved = left.step(last.left);
         const bool rightMoved = right.step(last.right);
         if (last.left != last.right || (!leftMoved && !rightMoved)) break;
+        if (last.left < 0x80) steps -= passEqualAscii(left, right, steps - 1);
     }
     return last;
 }
 
 Difference firstDifference(const String& left, const String& right)
 {
-    return withEncodings(left.codec(), right.codec(), [&](const auto& first, const auto& second) {
-        return differenceOf(Cursor(first, left), Cursor(second, right),
-                            std::min(left.size(), right.size()));
-    });
+    const unsigned int steps = std::min(left.size(), right.size());
+    const auto compare = [&](const auto& first, const auto& second) {
+        return differenceOf(Cursor(first, left), Cursor(second, right), steps);
+    };
+    const Kind kind = kindOf(left.codec());
+    const Kind otherKind = kindOf(right.codec());
+    if (kind == otherKind && kind != Kind::OTHER)
+        return textcore::withEncoding(
+            left.codec(), [&](const auto& encoding) { return compare(encoding, encoding); });
+    if (kind == Kind::UTF8 && otherKind == Kind::UTF16LE)
+        return compare(Utf8Encoding(), Utf16Encoding());
+    if (kind == Kind::UTF8 && otherKind == Kind::UCS4)
+        return compare(Utf8Encoding(), Ucs4Encoding());
+    if (otherKind == Kind::UTF8 && kind != Kind::OTHER) {
+        const Difference other = firstDifference(right, left);
+        return {other.right, other.left};
+    }
+    return compare(AnyEncoding(left.codec()), AnyEncoding(right.codec()));
 }
 
 /// Equal bytes of one encoding are equal texts; different ones may be, too.
 bool hasEqualBytes(const String& left, const String& right)
 {
     if (&left.codec() != &right.codec()) return false;
-    if (textcore::kindOf(left.codec()) == textcore::Kind::OTHER)
-        return false; // it may count its calls
+    if (kindOf(left.codec()) == Kind::OTHER) return false; // it may count its calls
     if (left.byteLength() != right.byteLength()) return false;
     return left.data() == right.data() || left.byteLength() == 0 ||
            std::memcmp(left.data(), right.data(), left.byteLength()) == 0;
@@ -68,6 +111,7 @@ bool String::operator==(const String& other) const
 
 bool String::operator<(const String& other) const
 {
+    if (hasEqualBytes(*this, other)) return m_count < other.m_count;
     const Difference difference = firstDifference(*this, other);
     if (difference.left != difference.right) return difference.left < difference.right;
     return m_count < other.m_count;

@@ -108,60 +108,58 @@ String String::operator*(unsigned int n) const
     return String(*m_codec, block.release(), m_count * n);
 }
 
-String String::replace(const String& what, const String& with) const
-{
-    return with.join(Spliterator(*this, what), Spliterator());
-}
-
 // Kept: a joined text is in UTF-8, whatever its parts are.
 
-String::Joiner::Joiner(const String& glue) : m_glue(glue) {}
+String::Joiner::Joiner(const String& glue) : m_glue(glue), m_glueBytes(bytesInUtf8(glue)) {}
 
 String::Joiner::~Joiner()
 {
     m_block.unref();
 }
 
-void String::Joiner::measure(const String& piece)
+unsigned long long String::Joiner::bytesInUtf8(const String& text)
 {
-    if (m_hasMeasured) m_needed += extentIn(UTF8, m_glue).bytes;
-    m_needed += extentIn(UTF8, piece).bytes;
-    m_hasMeasured = true;
+    return extentIn(UTF8, text).bytes;
 }
 
-void String::Joiner::append(const String& piece)
+void String::Joiner::begin()
 {
-    if (m_block.data == nullptr)
-        m_block = blockOf(m_needed).release();
-    else
-        add(m_glue);
-    add(piece);
+    use(blockOf(m_needed).release(), 0);
 }
 
-void String::Joiner::add(const String& text)
+/// Goes on in `block`, of which some bytes are filled.
+void String::Joiner::use(SharedBuf&& block, unsigned int filled)
+{
+    m_block = std::move(block);
+    m_to = m_block.payload() + filled;
+    m_room = m_block.length() - filled;
+}
+
+void String::Joiner::addAny(const String& text)
 {
     const textcore::Extent extent = extentIn(UTF8, text);
     reserve(extent.bytes);
-    put(UTF8, text, extent, m_block.payload() + m_filled);
-    m_filled += static_cast<unsigned int>(extent.bytes);
+    put(UTF8, text, extent, m_to);
+    m_to += extent.bytes;
+    m_room -= static_cast<unsigned int>(extent.bytes);
     m_count += text.size();
 }
 
 /// Makes room for `bytes` more. There is room already if all was measured.
 void String::Joiner::reserve(unsigned long long bytes)
 {
-    const unsigned long long needed = m_filled + bytes;
-    if (needed <= m_block.length()) return;
+    if (bytes <= m_room) return;
     constexpr unsigned long long MOST = UINT_MAX - SharedBuf::HEADER_SIZE;
-    OwnedBlock larger = blockOf(std::max(needed, std::min(2ULL * m_filled, MOST)));
-    std::memcpy(larger.payload(), m_block.payload(), m_filled);
-    m_block = larger.release();
+    const unsigned int filled = m_block.length() - m_room;
+    OwnedBlock larger = blockOf(std::max(filled + bytes, std::min(2ULL * filled, MOST)));
+    std::memcpy(larger.payload(), m_block.payload(), filled);
+    use(larger.release(), filled);
 }
 
 String String::Joiner::finish()
 {
     if (m_block.data == nullptr) return String();
-    m_block.size = m_block.offset + m_filled;
+    m_block.size -= m_room;
     return String(UTF8, std::move(m_block), m_count);
 }
 

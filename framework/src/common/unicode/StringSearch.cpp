@@ -2,16 +2,25 @@
 
 #include <common/unicode/String.h>
 
+#include <climits>
+
 #include "../error/Site.h"
+#include "CharacterFilter.h"
 #include "Cursor.h"
+#include "Needle.h"
 
 namespace std::unicode {
 
 namespace {
 
 using errorcore::Site;
+using textcore::AnyEncoding;
+using textcore::CharacterFilter;
 using textcore::Cursor;
-using textcore::withEncodings;
+using textcore::Kind;
+using textcore::kindOf;
+using textcore::Needle;
+using textcore::Wanted;
 
 constexpr const char* FILE_NAME = "framework/src/common/unicode/String";
 constexpr Site RFIND_SITE{FILE_NAME, 331, "rfind"};
@@ -20,33 +29,7 @@ constexpr Site FIND_FIRST_NOT_OF_SITE{FILE_NAME, 369, "find_first_not_of"};
 constexpr Site FIND_LAST_OF_SITE{FILE_NAME, 387, "find_last_of"};
 constexpr Site FIND_LAST_NOT_OF_SITE{FILE_NAME, 404, "find_last_not_of"};
 
-/// Whether a search looks for characters of the set or for others.
-enum class Wanted {
-    MEMBER,
-    STRANGER,
-};
-
-template <typename Text, typename Needle>
-bool beginsWith(Cursor<Text> at, Cursor<Needle> needle)
-{
-    for (; !needle.atEnd(); ++needle, ++at) {
-        if (at.atEnd()) return false;
-        if (*needle != *at) return false;
-    }
-    return true;
-}
-
-/// Returns the first position from `at` on where `needle` begins, or the end.
-template <typename Text, typename Needle>
-Cursor<Text> firstMatch(Cursor<Text> at, const Cursor<Needle>& needle)
-{
-    while (!at.atEnd() && !beginsWith(at, needle))
-        ++at;
-    return at;
-}
-
-template <typename Text, typename Set>
-bool isMember(const Cursor<Text>& at, Cursor<Set> set)
+bool isMember(const Cursor<AnyEncoding>& at, Cursor<AnyEncoding> set)
 {
     for (; !set.atEnd(); ++set)
         if (*at == *set) return true;
@@ -54,8 +37,7 @@ bool isMember(const Cursor<Text>& at, Cursor<Set> set)
 }
 
 /// As `isMember`, and looks at the whole set in any case.
-template <typename Text, typename Set>
-bool isMemberOfAll(const Cursor<Text>& at, Cursor<Set> set)
+bool isMemberOfAll(const Cursor<AnyEncoding>& at, Cursor<AnyEncoding> set)
 {
     bool isFound = false;
     for (; !set.atEnd(); ++set)
@@ -63,37 +45,109 @@ bool isMemberOfAll(const Cursor<Text>& at, Cursor<Set> set)
     return isFound;
 }
 
+/// A search for characters of a set, or for others.
+class SetSearch
+{
+public:
+    SetSearch(const String& text, const String& set, Wanted wanted)
+        : m_text(text), m_set(set), m_wanted(wanted), m_filter(set, wanted),
+          m_hasFilter(m_filter.isWhole() && kindOf(text.codec()) != Kind::OTHER)
+    {}
+
+    /// Returns the first hit from `from` on, or the end.
+    Codec::Index first(const Codec::Index& from) const
+    {
+        if (!m_hasFilter) return decodedFirst(from);
+        return textcore::withUtf8OrAny(m_text.codec(), [&](const auto& encoding) {
+            const Cursor at = filtered(Cursor(encoding, m_text, from));
+            return at.atEnd() ? m_text.end().position : at.position();
+        });
+    }
+
+    /// Returns the last hit before character number `limit`, or the end.
+    Codec::Index last(unsigned int limit) const
+    {
+        if (!m_hasFilter) return decodedLast(limit);
+        return textcore::withUtf8OrAny(m_text.codec(), [&](const auto& encoding) {
+            Codec::Index result = m_text.end().position;
+            Cursor at = filtered(Cursor(encoding, m_text));
+            while (!at.atEnd() && at.position().chars < limit) {
+                result = at.position();
+                ++at;
+                at = filtered(at);
+            }
+            return result;
+        });
+    }
+
+private:
+    template <typename Encoding>
+    Cursor<Encoding> filtered(Cursor<Encoding> at) const
+    {
+        for (m_filter.pass(at); !at.atEnd() && !m_filter.stopsAt(*at); m_filter.pass(at))
+            ++at;
+        return at;
+    }
+    Codec::Index decodedFirst(const Codec::Index& from) const;
+    Codec::Index decodedLast(unsigned int limit) const;
+
+    const String& m_text;
+    const String& m_set;
+    const Wanted m_wanted;
+    const CharacterFilter m_filter;
+    const bool m_hasFilter;
+};
+
+Codec::Index SetSearch::decodedFirst(const Codec::Index& from) const
+{
+    const Cursor set(AnyEncoding(m_set.codec()), m_set);
+    for (Cursor at(AnyEncoding(m_text.codec()), m_text, from); !at.atEnd(); ++at)
+        if (isMember(at, set) == (m_wanted == Wanted::MEMBER)) return at.position();
+    return m_text.end().position;
+}
+
+Codec::Index SetSearch::decodedLast(unsigned int limit) const
+{
+    const Cursor set(AnyEncoding(m_set.codec()), m_set);
+    Codec::Index result = m_text.end().position;
+    for (Cursor at(AnyEncoding(m_text.codec()), m_text); !at.atEnd(); ++at) {
+        if (at.position().chars == limit) break;
+        // Kept: the search for members looks at the whole set each time, that for others does not.
+        const bool isHit = m_wanted == Wanted::MEMBER ? isMemberOfAll(at, set) : !isMember(at, set);
+        if (isHit) result = at.position();
+    }
+    return result;
+}
+
+/// Returns the number of characters before `before`; more than any text has if that is a position
+/// elsewhere, which none is equal to.
+unsigned int limitOf(const String& text, const String::Iterator& before)
+{
+    const bool isHere = before.string != nullptr && before.string->data() == text.data();
+    return isHere ? before.position.chars : UINT_MAX;
+}
+
 String::Iterator firstOf(const String& set, const String::Iterator& from, Wanted wanted,
                          const String::Iterator& end)
 {
     if (from.string == nullptr) return end;
-    const String& text = *from.string;
-    return withEncodings(text.codec(), set.codec(), [&](const auto& first, const auto& second) {
-        const Cursor members(second, set);
-        for (Cursor at(first, text, from.position); !at.atEnd(); ++at)
-            if (isMember(at, members) == (wanted == Wanted::MEMBER))
-                return String::Iterator{&text, at.position()};
-        return end;
-    });
+    const Codec::Index hit = SetSearch(*from.string, set, wanted).first(from.position);
+    const String::Iterator found{from.string, hit};
+    return found.atEnd() ? end : found;
 }
 
 String::Iterator lastOf(const String& text, const String& set, const String::Iterator& before,
                         Wanted wanted)
 {
-    return withEncodings(text.codec(), set.codec(), [&](const auto& first, const auto& second) {
-        const Cursor members(second, set);
-        String::Iterator result = text.end();
-        for (Cursor at(first, text); !at.atEnd(); ++at) {
-            const String::Iterator here{&text, at.position()};
-            if (here == before) break;
-            // Kept: the search for members looks at the whole set each time, that for others does
-            // not.
-            const bool isHit =
-                wanted == Wanted::MEMBER ? isMemberOfAll(at, members) : !isMember(at, members);
-            if (isHit) result = here;
-        }
-        return result;
-    });
+    return {&text, SetSearch(text, set, wanted).last(limitOf(text, before))};
+}
+
+/// Returns the position one character behind `at`.
+Codec::Index next(const String& text, const Codec::Index& at)
+{
+    Cursor cursor(AnyEncoding(text.codec()), text, at);
+    ++cursor;
+    return cursor.position();
 }
 
 } // namespace
@@ -103,27 +157,19 @@ String::Iterator String::find(const String& needle, const Iterator& from) const
     const Codec::Index start = from.string == this
                                    ? from.position
                                    : m_codec->at(data(), byteLength(), from.position.chars);
-    return withEncodings(*m_codec, needle.codec(), [&](const auto& first, const auto& second) {
-        const Cursor match = firstMatch(Cursor(first, *this, start), Cursor(second, needle));
-        return match.atEnd() ? end() : Iterator{this, match.position()};
-    });
+    return {this, Needle(needle).firstIn(*this, start)};
 }
 
 // Kept: the search goes on to the end of the text, also past `before`.
 String::Iterator String::rfind(const String& needle, const Iterator& before) const
 {
     errorcore::assertAt(RFIND_SITE, before.string == this, "before.string==this");
-    return withEncodings(*m_codec, needle.codec(), [&](const auto& first, const auto& second) {
-        const Cursor wanted(second, needle);
-        Iterator result = end();
-        for (Cursor at = firstMatch(Cursor(first, *this), wanted); !at.atEnd();
-             at = firstMatch(at, wanted)) {
-            const Iterator here{this, at.position()};
-            if (here < before || here == before) result = here;
-            ++at;
-        }
-        return result;
-    });
+    const Needle wanted(needle);
+    Iterator result = end();
+    for (Iterator here{this, wanted.firstIn(*this, {})}; !here.atEnd();
+         here.position = wanted.firstIn(*this, next(*this, here.position)))
+        if (here < before || here == before) result = here;
+    return result;
 }
 
 String::Iterator String::find_first_of(const String& set, const Iterator& from) const

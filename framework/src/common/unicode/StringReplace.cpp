@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <common/unicode/String.h>
+
+#include <climits>
+#include <cstring>
+
+#include "Needle.h"
+#include "OwnedBlock.h"
+#include "Utf8Search.h"
+
+namespace std::unicode {
+
+namespace {
+
+using textcore::Bytes;
+using textcore::Kind;
+using textcore::kindOf;
+
+Bytes bytesOf(const String& text)
+{
+    return {text.data(), text.byteLength()};
+}
+
+/// Calls `use` with what is before each occurrence of `what`, and returns what is behind the last.
+template <typename Use>
+Bytes forEachPiece(Bytes text, const Bytes& what, const Use& use)
+{
+    while (what.size <= text.size) {
+        const void* const hit = memmem(text.data, text.size, what.data, what.size);
+        if (hit == nullptr) break;
+        const auto before =
+            static_cast<unsigned int>(static_cast<const unsigned char*>(hit) - text.data);
+        use(Bytes{text.data, before});
+        text.data += before + what.size;
+        text.size -= before + what.size;
+    }
+    return text;
+}
+
+unsigned char* append(const Bytes& bytes, unsigned char* to)
+{
+    if (bytes.size > 0) std::memcpy(to, bytes.data, bytes.size);
+    return to + bytes.size;
+}
+
+/// A text that is put into blocks in UTF-8, and converted the first time.
+class Glue
+{
+public:
+    explicit Glue(const String& text)
+        : m_text(text), m_extent{text.size(), text.byteLength()}, m_bytes(bytesOf(text))
+    {
+        m_isConverted = kindOf(text.codec()) == Kind::UTF8;
+        if (!m_isConverted)
+            m_extent = textcore::measure(text.codec(), UTF8, bytesOf(text), UINT_MAX);
+    }
+
+    /// Bytes in UTF-8; more than 32 bits hold have no room anywhere.
+    unsigned long long size() const { return m_extent.bytes; }
+
+    unsigned char* put(unsigned char* to)
+    {
+        if (m_isConverted) return append(m_bytes, to);
+        textcore::convert(m_text.codec(), UTF8, bytesOf(m_text), m_extent, to);
+        m_bytes = {to, static_cast<unsigned int>(m_extent.bytes)};
+        m_isConverted = true;
+        return to + m_bytes.size;
+    }
+
+private:
+    const String& m_text;
+    textcore::Extent m_extent;
+    Bytes m_bytes;
+    bool m_isConverted;
+};
+
+} // namespace
+
+String String::replace(const String& what, const String& with) const
+{
+    const textcore::Needle needle(what);
+    const bool isOfBytes = kindOf(*m_codec) == Kind::UTF8 && needle.bytes().size > 0 &&
+                           kindOf(with.codec()) != Kind::OTHER &&
+                           textcore::canonicalCount(bytesOf(*this)) == m_count;
+    if (!isOfBytes) return with.join(Spliterator(*this, what), Spliterator());
+
+    Glue glue(with);
+    unsigned int hits = 0;
+    forEachPiece(bytesOf(*this), needle.bytes(), [&hits](const Bytes&) { ++hits; });
+    const unsigned long long removed = 1ULL * hits * needle.bytes().size;
+    textcore::OwnedBlock block = textcore::blockOf(byteLength() - removed + hits * glue.size());
+    unsigned char* to = block.payload();
+    const Bytes rest =
+        forEachPiece(bytesOf(*this), needle.bytes(),
+                     [&to, &glue](const Bytes& piece) { to = glue.put(append(piece, to)); });
+    append(rest, to);
+    return String(UTF8, block.release(), m_count + hits * (with.size() - what.size()));
+}
+
+} // namespace std::unicode

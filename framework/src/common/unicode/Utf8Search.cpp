@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Utf8Search.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Encoders.h"
+#include "Utf8Structure.h"
+
+namespace textcore {
+
+namespace {
+
+/// Bytes that are decoded before many are proved at once again.
+constexpr unsigned int DECODED_BYTES = 64;
+constexpr long long NOT_CANONICAL = -1;
+
+/// Moves over one character. Returns whether encoding it gives the same bytes.
+bool passCanonical(const Bytes& text, Codec::Index& at)
+{
+    const unsigned int begin = at.bytes;
+    if (text.data[begin] < 0x80) {
+        ++at.bytes;
+        ++at.chars;
+        return true;
+    }
+    unsigned int c = 0;
+    Utf8Decoder::step(text.data, text.size, at, c);
+    unsigned char encoded[6];
+    Codec::Index written;
+    Utf8Encoder::write(encoded, sizeof encoded, written, c);
+    return written.bytes == at.bytes - begin &&
+           std::memcmp(encoded, text.data + begin, written.bytes) == 0;
+}
+
+} // namespace
+
+long long canonicalCount(const Bytes& text)
+{
+    Codec::Index at;
+    while (at.bytes < text.size) {
+        const Bytes rest{text.data + at.bytes, text.size - at.bytes};
+        const Run run = Utf8Structure<Widest, Accept::PLAIN>(rest).prove();
+        at.bytes += run.bytes;
+        at.chars += run.chars;
+        const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
+        while (at.bytes < end)
+            if (!passCanonical(text, at)) return NOT_CANONICAL;
+    }
+    return at.chars;
+}
+
+ByteSearch findBytes(const Bytes& text, const Codec::Index& start, const Bytes& needle)
+{
+    const Bytes rest{text.data + start.bytes, text.size - start.bytes};
+    const void* hit = nullptr;
+    if (needle.size <= rest.size) hit = memmem(rest.data, rest.size, needle.data, needle.size);
+    const bool isHit = hit != nullptr;
+    const auto before =
+        isHit ? static_cast<unsigned int>(static_cast<const unsigned char*>(hit) - rest.data)
+              : rest.size;
+    const long long chars = canonicalCount({rest.data, before});
+    if (chars == NOT_CANONICAL) return {false, false, start};
+    return {true, isHit, {start.chars + static_cast<unsigned int>(chars), start.bytes + before}};
+}
+
+} // namespace textcore
