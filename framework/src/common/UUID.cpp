@@ -17,23 +17,49 @@ namespace {
 constexpr const char* FILE_NAME = "framework/include/common/UUID";
 constexpr int LINE_PARSE = 196;
 
-constexpr const char* DIGITS = "0123456789abcdef";
 constexpr unsigned int DASHES[] = {8, 13, 18, 23};
 
-/// Returns the number that `digits` hexadecimal digits at `text` stand for.
-unsigned int number(const char* text, int digits)
+constexpr unsigned char nibbleOf(unsigned int c)
 {
-    unsigned int value = 0;
-    for (; digits > 0; --digits, ++text)
-        value = value << 4 | UUID::nibble(*text);
-    return value;
+    if (c >= '0' && c <= '9') return static_cast<unsigned char>(c - '0');
+    if (c >= 'a' && c <= 'f') return static_cast<unsigned char>(c - 'a' + 10);
+    if (c >= 'A' && c <= 'F') return static_cast<unsigned char>(c - 'A' + 10);
+    return 0;
 }
 
-/// Writes `value` as `digits` hexadecimal digits. Returns the place behind them.
-char* putHex(char* out, unsigned int value, int digits)
+/// What each byte is as a digit, and the two digits of each: a look-up for what would be a branch.
+struct Digits
 {
-    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
-        *out++ = DIGITS[value >> shift & 0xF];
+    constexpr Digits()
+    {
+        for (unsigned int byte = 0; byte < 256; ++byte) {
+            values[byte] = nibbleOf(byte);
+            pairs[byte][0] = "0123456789abcdef"[byte >> 4];
+            pairs[byte][1] = "0123456789abcdef"[byte & 0xF];
+        }
+    }
+
+    unsigned char values[256] = {};
+    char pairs[256][2] = {};
+};
+constexpr Digits DIGITS;
+
+/// Returns the number that two, or four, hexadecimal digits at `text` stand for.
+unsigned int twoDigits(const char* text)
+{
+    const auto* const digits = reinterpret_cast<const unsigned char*>(text);
+    return static_cast<unsigned int>(DIGITS.values[digits[0]] << 4 | DIGITS.values[digits[1]]);
+}
+unsigned int fourDigits(const char* text)
+{
+    return twoDigits(text) << 8 | twoDigits(text + 2);
+}
+
+/// Writes the lowest `size` bytes of `value` as hexadecimal digits. Returns the place behind them.
+char* putHex(char* out, unsigned int value, int size)
+{
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8, out += 2)
+        std::memcpy(out, DIGITS.pairs[value >> shift & 0xFF], 2);
     return out;
 }
 
@@ -119,13 +145,13 @@ bool UUID::fromChars(const char* text, std::size_t size, UUID& out)
     if (size < TEXT_LENGTH || !hasDashes(text)) return false;
     UUIDValue& value = out.m_value;
     out.m_invalid = false;
-    value.timeLow = number(text, 8);
-    value.timeMid = static_cast<uint16_t>(number(text + 9, 4));
-    value.timeHiAndVersion = static_cast<uint16_t>(number(text + 14, 4));
-    value.clockSeq = static_cast<uint16_t>(number(text + 19, 4));
+    value.timeLow = fourDigits(text) << 16 | fourDigits(text + 4);
+    value.timeMid = static_cast<uint16_t>(fourDigits(text + 9));
+    value.timeHiAndVersion = static_cast<uint16_t>(fourDigits(text + 14));
+    value.clockSeq = static_cast<uint16_t>(fourDigits(text + 19));
     const char* digits = text + 24;
     for (uint8_t& byte : value.node) {
-        byte = static_cast<uint8_t>(number(digits, 2));
+        byte = static_cast<uint8_t>(twoDigits(digits));
         digits += 2;
     }
     return true;
@@ -133,16 +159,16 @@ bool UUID::fromChars(const char* text, std::size_t size, UUID& out)
 
 void UUID::toChars(char* out) const
 {
-    out = putHex(out, m_value.timeLow, 8);
+    out = putHex(out, m_value.timeLow, 4);
     *out++ = '-';
-    out = putHex(out, m_value.timeMid, 4);
+    out = putHex(out, m_value.timeMid, 2);
     *out++ = '-';
-    out = putHex(out, m_value.timeHiAndVersion, 4);
+    out = putHex(out, m_value.timeHiAndVersion, 2);
     *out++ = '-';
-    out = putHex(out, m_value.clockSeq, 4);
+    out = putHex(out, m_value.clockSeq, 2);
     *out++ = '-';
     for (const uint8_t byte : m_value.node)
-        out = putHex(out, byte, 2);
+        out = putHex(out, byte, 1);
 }
 
 std::string UUID::toString() const
@@ -160,8 +186,7 @@ void UUID::toString(std::string& out) const
 
 void UUID::appendHex(std::string& s, unsigned char b)
 {
-    s += DIGITS[b >> 4];
-    s += DIGITS[b & 0xF];
+    s.append(DIGITS.pairs[b], 2);
 }
 
 void UUID::appendHex(std::string& s, unsigned short v)
@@ -178,10 +203,7 @@ void UUID::appendHex(std::string& s, unsigned int v)
 
 unsigned char UUID::nibble(char c)
 {
-    if (c >= '0' && c <= '9') return static_cast<unsigned char>(c - '0');
-    if (c >= 'a' && c <= 'f') return static_cast<unsigned char>(c - 'a' + 10);
-    if (c >= 'A' && c <= 'F') return static_cast<unsigned char>(c - 'A' + 10);
-    return 0;
+    return DIGITS.values[static_cast<unsigned char>(c)];
 }
 
 void UUID::copyFrom(const char* bytes)
