@@ -47,6 +47,19 @@ Text textOf(Encoding encoding, const Text& text)
     return same;
 }
 
+namespace {
+
+/// Calls `use` with the bytes of `text`, which are not copied if they are its whole block: walks
+/// over long texts would take their time.
+template <typename Use>
+auto withBytes(const Text& text, const Use& use)
+{
+    const bool isWhole = text.block && text.begin == 0 && text.end == text.block->size();
+    return isWhole ? use(*text.block) : use(text.bytes());
+}
+
+} // namespace
+
 Position first(const Text& text)
 {
     return {&text, {}};
@@ -60,7 +73,9 @@ Position end(const Text& text)
 unsigned int valueAt(const Position& position)
 {
     if (position.text == nullptr) return REPLACEMENT;
-    return read(position.text->encoding, position.text->bytes(), position.place);
+    return withBytes(*position.text, [&position](const Bytes& data) {
+        return read(position.text->encoding, data, position.place);
+    });
 }
 
 void advance(Position& position)
@@ -68,7 +83,9 @@ void advance(Position& position)
     if (isAtEnd(position)) return;
     const unsigned int before = position.place.bytes;
     unsigned int last = 0;
-    readForward(position.text->encoding, position.text->bytes(), position.place, 1, last);
+    withBytes(*position.text, [&position, &last](const Bytes& data) {
+        return readForward(position.text->encoding, data, position.place, 1, last);
+    });
     // Bytes that are no character end the walk.
     if (position.place.bytes == before) position = end(*position.text);
 }

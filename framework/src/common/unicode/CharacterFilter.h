@@ -42,11 +42,16 @@ public:
         return !m_wantsMember;
     }
 
-    /// Moves over ASCII at which it does not stop.
+    /// Moves over characters at which it does not stop, as far as these are well-formed.
     template <typename Encoding>
     void pass(Cursor<Encoding>&) const
     {}
-    void pass(Cursor<Utf8Encoding>& at) const { at.passUntil(m_stops); }
+    void pass(Cursor<Utf8Encoding>& at) const
+    {
+        do
+            at.passUntil(m_stops);
+        while (at.passWhole([this](unsigned int c) { return !stopsAt(c); }));
+    }
 
 private:
     static constexpr unsigned int BYTES = 256;

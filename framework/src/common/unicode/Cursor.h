@@ -53,10 +53,32 @@ public:
         m_position.chars += count;
     }
 
+    /// Moves over one character, which ends at `end`.
+    void passTo(const unsigned char* end)
+    {
+        m_position.bytes = static_cast<unsigned int>(end - m_data);
+        ++m_position.chars;
+    }
+
+    /// Moves over a character of two to four bytes that has all of them, if `passes` holds of it.
+    /// Returns whether it has moved.
+    template <typename Passes>
+    bool passWhole(const Passes& passes)
+    {
+        if (atEnd()) return false;
+        unsigned int c = 0;
+        const unsigned int length =
+            Utf8Decoder::wholeLength(m_data + m_position.bytes, m_size - m_position.bytes, c);
+        if (length == 0 || !passes(withoutSurrogate(c))) return false;
+        m_position.bytes += length;
+        ++m_position.chars;
+        return true;
+    }
+
     /// Moves over characters of one byte each, up to the next byte at which `stops` holds.
     void passUntil(const bool (&stops)[256])
     {
-        if (atEnd()) return;
+        if (atEnd() || stops[m_data[m_position.bytes]]) return;
         const unsigned char* const from = m_data + m_position.bytes;
         const unsigned int most = std::min(m_size - m_position.bytes, m_count - m_position.chars);
         unsigned int passed = 0;

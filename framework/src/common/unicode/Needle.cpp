@@ -11,8 +11,9 @@ using std::unicode::String;
 
 Needle::Needle(const String& text) : m_text(text)
 {
-    if (kindOf(text.codec()) == Kind::OTHER || text.empty()) return;
-    m_first = *Cursor(AnyEncoding(text.codec()), text);
+    const Cursor first(AnyEncoding(text.codec()), text);
+    if (kindOf(text.codec()) == Kind::OTHER || first.atEnd()) return;
+    m_first = *first;
     m_hasFirst = true;
     if (kindOf(text.codec()) != Kind::UTF8)
         encode();

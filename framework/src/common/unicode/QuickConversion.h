@@ -129,7 +129,7 @@ void convertThrees(const Utf8Encoding&, const Target&, Course& at)
     if ((*at.from & 0xF0) != 0xE0) return;
     std::ptrdiff_t most = std::min<std::ptrdiff_t>((at.fromEnd - at.from - LOADED) / LENGTH,
                                                    (at.toEnd - at.to) / std::ptrdiff_t(sizeof(To)));
-    for (most = std::min<std::ptrdiff_t>(most, at.chars); most > 0; --most) {
+    for (most = std::min<std::ptrdiff_t>(most, at.chars - 1); most > 0; --most) {
         std::uint32_t bytes = 0;
         std::memcpy(&bytes, at.from, LOADED);
         const std::uint32_t c = (bytes & 0x0F) << 12 | (bytes >> 2 & 0xFC0) | (bytes >> 16 & 0x3F);
@@ -155,7 +155,7 @@ void convertThrees(const Source&, const Utf8Encoding&, Course& at)
     if (!isThree(unit)) return;
     std::ptrdiff_t most = std::min<std::ptrdiff_t>(
         (at.fromEnd - at.from) / std::ptrdiff_t(sizeof unit), (at.toEnd - at.to - STORED) / LENGTH);
-    for (most = std::min<std::ptrdiff_t>(most, at.chars); most > 0; --most) {
+    for (most = std::min<std::ptrdiff_t>(most, at.chars - 1); most > 0; --most) {
         std::memcpy(&unit, at.from, sizeof unit);
         if (!isThree(unit)) return;
         const std::uint32_t c = unit;

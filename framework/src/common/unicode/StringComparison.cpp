@@ -8,6 +8,7 @@
 
 #include "AsciiCopy.h"
 #include "Cursor.h"
+#include "QuickConversion.h"
 
 namespace std::unicode {
 
@@ -30,24 +31,42 @@ struct Difference
     unsigned int right;
 };
 
-/// Passes characters of ASCII that are the same in both texts, at most `steps`. Returns how many.
+/// Passes characters that are the same in both texts, fewer than `steps`, away from their ends.
+/// Returns how many; `last` is the last one then.
 template <typename Left, typename Right>
-unsigned int passEqualAscii(Cursor<Left>& left, Cursor<Right>& right, unsigned int steps)
+unsigned int passEqual(Cursor<Left>& left, Cursor<Right>& right, unsigned int steps,
+                       Difference& last)
 {
-    using LeftUnit = typename Left::Unit;
-    using RightUnit = typename Right::Unit;
+    // What one round takes at most: a block of ASCII but for one, and a character behind it.
+    constexpr unsigned int TAKEN = 2 * ASCII_BLOCK;
     unsigned int passed = 0;
-    unsigned int equal = ASCII_BLOCK;
-    while (equal == ASCII_BLOCK && steps - passed >= ASCII_BLOCK && left.hasUnits(ASCII_BLOCK) &&
-           right.hasUnits(ASCII_BLOCK)) {
-        equal = textcore::equalAsciiLength<LeftUnit, RightUnit>(left.here(), right.here());
-        left.passUnits(equal);
-        right.passUnits(equal);
-        passed += equal;
+    while (steps - passed > TAKEN && left.hasUnits(TAKEN) && right.hasUnits(TAKEN)) {
+        unsigned int equal = 0;
+        if (left.here()[0] < 0x80) { // it may be ASCII
+            equal = textcore::equalAsciiLength<typename Left::Unit, typename Right::Unit>(
+                left.here(), right.here());
+            if (equal > 0)
+                last.left = last.right = left.here()[(equal - 1) * sizeof(typename Left::Unit)];
+            left.passUnits(equal);
+            right.passUnits(equal);
+            passed += equal;
+        }
+        if (equal == ASCII_BLOCK) continue;
+        const unsigned char* leftEnd = left.here();
+        const unsigned char* rightEnd = right.here();
+        unsigned int c = 0;
+        unsigned int other = 0;
+        const bool areWhole = textcore::takeWhole(Left(), leftEnd, c) &&
+                              textcore::takeWhole(Right(), rightEnd, other);
+        if (!areWhole || c != other || textcore::isSurrogate(c)) break;
+        left.passTo(leftEnd);
+        right.passTo(rightEnd);
+        last = {c, c};
+        ++passed;
     }
     return passed;
 }
-unsigned int passEqualAscii(Cursor<AnyEncoding>&, Cursor<AnyEncoding>&, unsigned int)
+unsigned int passEqual(Cursor<AnyEncoding>&, Cursor<AnyEncoding>&, unsigned int, Difference&)
 {
     return 0;
 }
@@ -62,7 +81,7 @@ Difference differenceOf(Cursor<Left> left, Cursor<Right> right, unsigned int ste
         const bool leftMoved = left.step(last.left);
         const bool rightMoved = right.step(last.right);
         if (last.left != last.right || (!leftMoved && !rightMoved)) break;
-        if (last.left < 0x80) steps -= passEqualAscii(left, right, steps - 1);
+        steps -= passEqual(left, right, steps, last);
     }
     return last;
 }

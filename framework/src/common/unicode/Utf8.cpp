@@ -25,7 +25,8 @@ unsigned int passMany(const Bytes& text, Codec::Index& at, unsigned int n)
 {
     constexpr unsigned int LONGEST = 6;
     unsigned int passed = 0;
-    while (n - passed > DECODED_CHARS && text.size > at.bytes + DECODED_CHARS) {
+    while (n - passed > DECODED_CHARS && at.bytes < text.size &&
+           text.size - at.bytes > DECODED_CHARS) {
         // There are no more characters than bytes.
         const unsigned int most = std::min(text.size - at.bytes - LONGEST, n - passed - 1);
         const Run run = textcore::structuredRun({text.data + at.bytes, most});

@@ -26,6 +26,12 @@ bool passCanonical(const Bytes& text, Codec::Index& at)
         return true;
     }
     unsigned int c = 0;
+    const unsigned int length = Utf8Decoder::wholeLength(text.data + begin, text.size - begin, c);
+    if (length != 0) {
+        at.bytes += length;
+        ++at.chars;
+        return Utf8Encoder::bytesOf(c) == length && !isSurrogate(c);
+    }
     Utf8Decoder::step(text.data, text.size, at, c);
     unsigned char encoded[6];
     Codec::Index written;
