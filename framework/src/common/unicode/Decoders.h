@@ -77,7 +77,9 @@ struct Utf8Decoder
             return true;
         }
 
-        last = passRare(data, size, at);
+        const Rare rare = passRare(data + at.bytes - 1, size - at.bytes + 1);
+        at.bytes += rare.tail;
+        last = rare.c;
         return true;
     }
 
@@ -129,23 +131,27 @@ private:
         return withoutSurrogate(c);
     }
 
-    /// Moves over the rest of a character whose lead is just behind. Returns the character.
-    __attribute__((noinline)) static unsigned int passRare(const unsigned char* data,
-                                                           unsigned int size, Codec::Index& at)
+    /// A character, and how many bytes it takes behind its lead.
+    struct Rare
     {
-        const unsigned int lead = data[at.bytes - 1];
-        const unsigned int tail = tailLength(lead);
-        if (tail == 0) return REPLACEMENT;
-        const unsigned int first = at.bytes;
-        unsigned int c = lead & (0x3F >> tail);
-        for (unsigned int i = 0; i < tail; ++i) {
-            if (at.bytes >= size) return REPLACEMENT;
-            const unsigned int byte = data[at.bytes++];
-            if (!isContinuation(byte)) return REPLACEMENT;
-            c = c << 6 | (byte & 0x3F);
+        unsigned int c;
+        unsigned int tail;
+    };
+
+    /// Returns the character at `data`, where there is one byte at least.
+    __attribute__((noinline)) static Rare passRare(const unsigned char* data, unsigned int size)
+    {
+        const unsigned int tail = tailLength(data[0]);
+        unsigned int c = data[0] & (0x3F >> tail);
+        for (unsigned int i = 1; i <= tail; ++i) {
+            if (i >= size) return {REPLACEMENT, i - 1};
+            if (!isContinuation(data[i])) return {REPLACEMENT, i};
+            c = c << 6 | (data[i] & 0x3F);
         }
+        if (tail == 0) return {REPLACEMENT, 0};
         // Kept: here bit 30 comes from the first continuation byte, in read from the lead.
-        return tail == 5 ? (c & 0x3FFFFFFF) | (data[first] & 1U) << 30 : c;
+        if (tail == 5) c = (c & 0x3FFFFFFF) | (data[1] & 1U) << 30;
+        return {c, tail};
     }
 };
 
