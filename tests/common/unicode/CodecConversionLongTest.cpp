@@ -106,6 +106,33 @@ TEST(CodecConversionLong, ManyOddOnes)
     }
 }
 
+TEST(CodecConversionLong, AnotherByteAnywhere)
+{
+    LongText random(11);
+    for (const Filler filler : FILLERS) {
+        const slow::Bytes good = random.run(slow::UTF8, filler, 60);
+        for (std::size_t place = 0; place < good.size(); ++place)
+            for (const int other : {0x41, 0x80, 0xC3, 0xE2, 0xED, 0xF0, 0xFF}) {
+                slow::Bytes data = good;
+                data[place] = static_cast<unsigned char>(other);
+                ASSERT_NO_FATAL_FAILURE(expectSame(slow::UTF8, slow::UTF16LE, data));
+                ASSERT_NO_FATAL_FAILURE(expectSame(slow::UTF8, slow::UCS4, data));
+            }
+    }
+}
+
+TEST(CodecConversionLong, OfOneByte)
+{
+    for (unsigned int byte = 0x7F; byte <= 0xFF; ++byte)
+        for (const unsigned int size : {16u, 64u, 65u, 301u}) {
+            slow::Bytes data(size, static_cast<unsigned char>(byte));
+            append(data, slow::Bytes(20, 'a'));
+            ASSERT_NO_FATAL_FAILURE(expectSame(slow::UTF8, slow::UTF8, data));
+            ASSERT_NO_FATAL_FAILURE(expectSame(slow::UTF8, slow::UTF16LE, data));
+            ASSERT_NO_FATAL_FAILURE(expectSame(slow::UTF8, slow::UCS4, data));
+        }
+}
+
 TEST(CodecConversionLong, Limited_Mixed)
 {
     LongText random(6);

@@ -75,7 +75,29 @@ TEST(CodecLong, Counts_SomethingOddAtEveryPlace)
         for (unsigned int before = 0; before <= 300; ++before) {
             slow::Bytes data = random.run(slow::UTF8, filler, before);
             append(data, random.odd(slow::UTF8));
-            append(data, random.run(slow::UTF8, filler, random.below(100)));
+            append(data, random.run(slow::UTF8, filler, random.below(300)));
+            ASSERT_NO_FATAL_FAILURE(expectSameCount(slow::UTF8, data));
+        }
+}
+
+// What follows a lead belongs to it, also where it is the beginning of much ASCII.
+TEST(CodecLong, Counts_CutCharacterBeforeAscii)
+{
+    for (const slow::Bytes& cut : {slow::Bytes{0xC3}, {0xE2}, {0xE2, 0x82}, {0xF0, 0x9F, 0x98}})
+        for (unsigned int before = 0; before <= 300; ++before) {
+            slow::Bytes data(before, before % 2 == 0 ? 'a' : 0xC3);
+            append(data, cut);
+            append(data, slow::Bytes(400, 'b'));
+            ASSERT_NO_FATAL_FAILURE(expectSameCount(slow::UTF8, data));
+        }
+}
+
+TEST(CodecLong, Counts_RunsOfOneByte)
+{
+    for (unsigned int byte = 0x7F; byte <= 0xFF; ++byte)
+        for (const unsigned int size : {1u, 15u, 16u, 63u, 64u, 65u, 200u, 301u}) {
+            slow::Bytes data(size, static_cast<unsigned char>(byte));
+            data.push_back('a');
             ASSERT_NO_FATAL_FAILURE(expectSameCount(slow::UTF8, data));
         }
 }

@@ -138,6 +138,33 @@ TEST(StringComparisonLong, LastCharacterStandsForTheRest)
                                "abcdefghih"));
 }
 
+// The bytes of a view may be more than its characters; what is behind these does not count.
+TEST(StringComparisonLong, DifferenceBehindTheSize)
+{
+    for (unsigned int size = 1; size <= 40; ++size) {
+        const String text(std::string(100, 'x'));
+        const String other(std::string(size + 12, 'x') + std::string(60, 'y'));
+        const String left = text.substr(text.begin(), {&text, {size, text.byteLength()}});
+        const String right = other.substr(other.begin(), {&other, {size, other.byteLength()}});
+        ASSERT_EQ(size, left.size());
+        ASSERT_EQ(100u, left.byteLength());
+        EXPECT_TRUE(left == right) << size;
+        EXPECT_FALSE(left < right) << size;
+        EXPECT_FALSE(right < left) << size;
+    }
+}
+
+TEST(StringComparisonLong, SameBytesInOtherEncodings)
+{
+    slow::Bytes data;
+    for (int i = 0; i < 50; ++i)
+        append(data, {'a', 0});
+    const TextPair text(slow::UTF16LE, data);
+    for (const slow::Encoding encoding : {slow::UTF8, slow::UTF16BE, slow::UCS4})
+        ASSERT_NO_FATAL_FAILURE(expectSame(text, TextPair(encoding, data)));
+    EXPECT_FALSE(text.text == TextPair(slow::UTF16BE, data).text);
+}
+
 TEST(StringComparisonLong, MoreCharactersThanTheirSize)
 {
     LongText random(6);

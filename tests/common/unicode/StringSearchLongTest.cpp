@@ -117,6 +117,18 @@ TEST(StringSearchLong, OtherFormBeforeTheBytes)
         }
 }
 
+// What stands for malformed bytes is found at each of them.
+TEST(StringSearchLong, Replacement_InARunOfOneByte)
+{
+    for (unsigned int byte = 0x7F; byte <= 0xFF; ++byte) {
+        slow::Bytes data(300, static_cast<unsigned char>(byte));
+        append(data, {'a', 'b', 0xEF, 0xBF, 0xBD, 'c'});
+        const TextPair text(slow::UTF8, data);
+        const TextPair needle(slow::UTF8, {0xEF, 0xBF, 0xBD});
+        ASSERT_NO_FATAL_FAILURE(expectSame(text, needle, PlacePair(text)));
+    }
+}
+
 TEST(StringSearchLong, NeedleLongerThanItsRoom)
 {
     LongText random(4);
@@ -181,6 +193,42 @@ TEST(StringSearchLong, BehindTheLastCharacter)
     ASSERT_EQ(104u, text.size());
     EXPECT_EQ(101u, text.find(String("c")).position.chars);
     EXPECT_EQ(text.end(), text.find(String("b")));
+}
+
+TEST(StringSearchLong, NeedleWhoseSizeIsNotWhatDecodes)
+{
+    LongText random(8);
+    for (int i = 0; i < 30; ++i) {
+        const TextPair needle = sum(random, slow::UTF16LE);
+        const TextPair text =
+            TextPair(slow::UTF8, slow::Bytes(20, 'a')) + converted(needle, slow::UTF8);
+        ASSERT_NO_FATAL_FAILURE(expectSame(text, needle, PlacePair(text)));
+        ASSERT_EQ(20u, text.text.find(needle.text).position.chars);
+    }
+}
+
+// The bytes of a view may be more than its characters.
+TEST(StringSearchLong, HitBehindTheSize)
+{
+    const String text(std::string(100, 'x') + "yz");
+    const String part = text.substr(text.begin(), {&text, {50, text.byteLength()}});
+    ASSERT_EQ(50u, part.size());
+    ASSERT_EQ(102u, part.byteLength());
+    EXPECT_EQ(part.end(), part.find(String("yz")));
+    EXPECT_EQ(part.end(), part.rfind(String("y")));
+    EXPECT_EQ(49u, part.rfind(String("x")).position.chars);
+}
+
+// A position may be older than its text.
+TEST(StringSearchLong, FromBehindTheEnd)
+{
+    const String text(std::string(100, 'x'));
+    for (const unsigned int place : {101u, 1000u, 0xFFFFFFC0u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(text.end().position.bytes,
+                  text.find(String("x"), {&text, {place, place}}).position.bytes);
+        EXPECT_EQ(text.end().position.bytes,
+                  text.find(String("x"), {&text, {0, place}}).position.bytes);
+    }
 }
 
 // A text may have characters, by its size, and no bytes: as a needle it is empty.

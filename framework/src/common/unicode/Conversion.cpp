@@ -102,15 +102,22 @@ Extent measureWith(const Source& source, const Target& target, const Bytes& text
     const std::uint64_t limit = maxBytes == UINT_MAX ? UINT64_MAX : maxBytes;
     Codec::Index at;
     std::uint64_t total = 0;
+    unsigned int most = UINT_MAX; // what is measured at once, less and less where the limit is near
+    const auto rest = [&] {
+        return Bytes{text.data + at.bytes, std::min(text.size - at.bytes, most)};
+    };
     const auto pass = [&](const Measured& measured) {
-        if (measured.bytes > limit - total) return;
+        if (measured.bytes > limit - total) {
+            most = measured.run.bytes / 2;
+            return;
+        }
         at.bytes += measured.run.bytes;
         at.chars += measured.run.chars;
         total += measured.bytes;
     };
     while (at.bytes < text.size) {
-        pass(measureMany(source, target, {text.data + at.bytes, text.size - at.bytes}));
-        pass(measureWhole(source, target, {text.data + at.bytes, text.size - at.bytes}));
+        pass(measureMany(source, target, rest()));
+        pass(measureWhole(source, target, rest()));
         const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
         while (at.bytes < end) {
             const Codec::Index before = at;

@@ -16,6 +16,10 @@ namespace {
 constexpr unsigned int DECODED_BYTES = 64;
 constexpr long long NOT_CANONICAL = -1;
 
+/// Bytes that a search begins with: where these do not count already, it must not have gone on to a
+/// hit far behind, each time anew.
+constexpr unsigned int FIRST_BYTES = 256;
+
 /// Moves over one character. Returns whether encoding it gives the same bytes.
 bool passCanonical(const Bytes& text, Codec::Index& at)
 {
@@ -40,6 +44,23 @@ bool passCanonical(const Bytes& text, Codec::Index& at)
            std::memcmp(encoded, text.data + begin, written.bytes) == 0;
 }
 
+const unsigned char* hitIn(const Bytes& text, const Bytes& needle)
+{
+    if (needle.size > text.size) return nullptr;
+    return static_cast<const unsigned char*>(
+        memmem(text.data, text.size, needle.data, needle.size));
+}
+
+/// Returns whether that holds for the first bytes of a text, of which a character may be cut.
+bool beginsCanonical(Bytes first)
+{
+    constexpr unsigned int LONGEST_TAIL = 5;
+    for (unsigned int i = 0; i < LONGEST_TAIL; ++i)
+        if (Utf8Decoder::isContinuation(first.data[first.size - 1])) --first.size;
+    --first.size; // the lead
+    return canonicalCount(first) != NOT_CANONICAL;
+}
+
 } // namespace
 
 long long canonicalCount(const Bytes& text)
@@ -60,12 +81,14 @@ long long canonicalCount(const Bytes& text)
 ByteSearch findBytes(const Bytes& text, const Codec::Index& start, const Bytes& needle)
 {
     const Bytes rest{text.data + start.bytes, text.size - start.bytes};
-    const void* hit = nullptr;
-    if (needle.size <= rest.size) hit = memmem(rest.data, rest.size, needle.data, needle.size);
+    const Bytes first{rest.data, std::min(rest.size, FIRST_BYTES)};
+    const unsigned char* hit = hitIn(first, needle);
+    if (hit == nullptr && first.size < rest.size) {
+        if (!beginsCanonical(first)) return {false, false, start};
+        hit = hitIn(rest, needle);
+    }
     const bool isHit = hit != nullptr;
-    const auto before =
-        isHit ? static_cast<unsigned int>(static_cast<const unsigned char*>(hit) - rest.data)
-              : rest.size;
+    const unsigned int before = isHit ? static_cast<unsigned int>(hit - rest.data) : rest.size;
     const long long chars = canonicalCount({rest.data, before});
     if (chars == NOT_CANONICAL) return {false, false, start};
     return {true, isHit, {start.chars + static_cast<unsigned int>(chars), start.bytes + before}};
