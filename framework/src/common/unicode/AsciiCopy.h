@@ -36,6 +36,7 @@ unsigned int asciiLength(const unsigned char* from)
 template <typename From, typename To>
 unsigned int equalAsciiLength(const unsigned char* from, const unsigned char* other)
 {
+    static_assert(sizeof(To) >= sizeof(From), "nothing may be cut off before it is compared");
     constexpr unsigned int UNIT_BITS = 8 * sizeof(To);
     constexpr unsigned int UNITS = sizeof(Word) / sizeof(To);
     From units[ASCII_BLOCK];

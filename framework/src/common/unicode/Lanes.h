@@ -17,6 +17,8 @@
 
 namespace textcore {
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first byte is the lowest of a lane");
+
 using Word = std::uintptr_t;
 
 #if defined(__SSE2__) || defined(__ARM_NEON)
