@@ -89,12 +89,14 @@ public:
     /// memory, or if the size with the header leaves 32 bits.
     ZEL_EXPORT explicit SharedBuf(unsigned int payloadSize);
 
+    // NOLINTNEXTLINE(bugprone-copy-constructor-init,readability-redundant-member-init): copyFields
     SharedBuf(const SharedBuf& other) noexcept : Buf()
     {
         copyFields(other);
         ref();
     }
     /// Takes the reference along; `other` is the null buffer then.
+    // NOLINTNEXTLINE(readability-redundant-member-init): copyFields
     SharedBuf(SharedBuf&& other) noexcept : Buf()
     {
         copyFields(other);
