@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 #include <support/ChildProcess.h>
+#include <support/LastingObject.h>
 #include <tracing-impl/CallbackObject.h>
 #include <tracing-impl/CurrentThread.h>
 
@@ -79,26 +80,9 @@ TEST_F(CallbacksEnd, Close_RefusesCalls)
     EXPECT_FALSE(s_wasOwn);
 }
 
-/// Goes on until no callback can be called any more.
-class LastingObject : public CallbackObject
-{
-public:
-    void called(int, void*, unsigned int size) override
-    {
-        if (size != 0) return; // from the call itself
-        m_begun.set_value();
-        while (s_callbacks->call("lasting", "?"))
-            std::this_thread::yield();
-        m_isDone = true;
-    }
-
-    std::promise<void> m_begun;
-    std::atomic<bool> m_isDone{false};
-};
-
 TEST_F(CallbacksEnd, Close_UnderWay_Waits)
 {
-    LastingObject object;
+    support::LastingObject object(m_callbacks);
     EXPECT_EQ(0, m_callbacks.add("lasting", &object));
     std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("lasting", "")); });
     object.m_begun.get_future().wait();
@@ -109,7 +93,7 @@ TEST_F(CallbacksEnd, Close_UnderWay_Waits)
 
 TEST_F(CallbacksEnd, Close_UnderWayAndUnregistered_Waits)
 {
-    LastingObject object;
+    support::LastingObject object(m_callbacks);
     EXPECT_EQ(0, m_callbacks.add("lasting", &object));
     std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("lasting", "")); });
     object.m_begun.get_future().wait();

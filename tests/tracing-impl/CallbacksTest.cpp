@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 #include <support/ChildProcess.h>
+#include <support/LastingObject.h>
 #include <tracing-impl/CallbackObject.h>
 #include <unistd.h>
 
@@ -189,26 +190,9 @@ TEST_F(Callbacks, Call_MayRegisterAndUnregisterOthersAndItself)
     EXPECT_EQ("second(2, 'again')", takeCalls());
 }
 
-/// Ends when it is not registered any more.
-class LastingObject : public CallbackObject
-{
-public:
-    void called(int, void*, unsigned int size) override
-    {
-        if (size != 0) return; // from the call itself
-        m_begun.set_value();
-        while (s_callbacks->call("lasting", "?"))
-            std::this_thread::yield();
-        m_isDone = true;
-    }
-
-    std::promise<void> m_begun;
-    std::atomic<bool> m_isDone{false};
-};
-
 TEST_F(Callbacks, Remove_UnderWayInAnotherThread_Waits)
 {
-    LastingObject object;
+    support::LastingObject object(m_callbacks);
     EXPECT_EQ(0, m_callbacks.add("lasting", &object));
     std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("lasting", "")); });
     object.m_begun.get_future().wait();
@@ -220,7 +204,7 @@ TEST_F(Callbacks, Remove_UnderWayInAnotherThread_Waits)
 
 TEST_F(Callbacks, Remove_AnotherOneIsUnderWay_DoesNotWait)
 {
-    LastingObject object;
+    support::LastingObject object(m_callbacks);
     m_callbacks.add("lasting", &object);
     m_callbacks.add("restart", first);
     std::thread calling([this] { EXPECT_TRUE(m_callbacks.call("lasting", "")); });
