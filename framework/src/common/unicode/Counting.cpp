@@ -2,8 +2,6 @@
 
 #include "Counting.h"
 
-#include <algorithm>
-
 #include "Encoding.h"
 #include "Utf8Structure.h"
 
@@ -24,21 +22,14 @@ unsigned int count(const Encoding& encoding, const Bytes& text)
     return at.chars;
 }
 
-/// What the proof leaves over is decoded, and so much behind it, so that malformed text does not
-/// pay for the proof again and again.
 unsigned int count(const Utf8Encoding& encoding, const Bytes& text)
 {
-    constexpr unsigned int DECODED_BYTES = 64;
     Codec::Index at;
     unsigned int last = 0;
-    while (at.bytes < text.size) {
-        const Run run = structuredRun({text.data + at.bytes, text.size - at.bytes});
-        at.bytes += run.bytes;
-        at.chars += run.chars;
-        const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
-        while (at.bytes < end)
-            encoding.step(text.data, text.size, at, last);
-    }
+    passText<Accept::STRUCTURED>(text, at, [&] {
+        encoding.step(text.data, text.size, at, last);
+        return true;
+    });
     return at.chars;
 }
 

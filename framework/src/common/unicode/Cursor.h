@@ -105,6 +105,14 @@ private:
     Codec::Index m_position;
 };
 
+/// Returns the position one character behind `at`.
+inline Codec::Index next(const std::unicode::String& text, const Codec::Index& at)
+{
+    Cursor cursor(AnyEncoding(text.codec()), text, at);
+    ++cursor;
+    return cursor.position();
+}
+
 } // namespace textcore
 
 #endif // ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H

@@ -7,52 +7,23 @@
 #include <cstring>
 #include <utility>
 
-#include "Conversion.h"
 #include "Cursor.h"
 #include "OwnedBlock.h"
+#include "StringBytes.h"
 
 namespace std::unicode {
 
 namespace {
 
 using textcore::blockOf;
+using textcore::extentIn;
 using textcore::OwnedBlock;
-
-textcore::Bytes bytesOf(const String& text)
-{
-    return {text.data(), text.byteLength()};
-}
-
-/// Returns what `text` is in the encoding `target`; its own bytes if it has that.
-textcore::Extent extentIn(const Codec& target, const String& text)
-{
-    if (&text.codec() == &target) return {text.size(), text.byteLength()};
-    return textcore::measure(text.codec(), target, bytesOf(text), UINT_MAX);
-}
-
-/// Fills `to[0..extent.bytes)` with `text` in the encoding `target`.
-void put(const Codec& target, const String& text, const textcore::Extent& extent, unsigned char* to)
-{
-    if (&text.codec() != &target)
-        textcore::convert(text.codec(), target, bytesOf(text), extent, to);
-    else if (extent.bytes > 0)
-        std::memcpy(to, text.data(), text.byteLength());
-}
+using textcore::put;
 
 bool shareBlocks(const String& left, const String& right)
 {
     return left.buffer().data == right.buffer().data &&
            left.buffer().offset == right.buffer().offset;
-}
-
-/// Returns the position one character behind `at`.
-Codec::Index next(const String& text, const Codec::Index& at)
-{
-    return textcore::withEncoding(text.codec(), [&](const auto& encoding) {
-        textcore::Cursor cursor(encoding, text, at);
-        ++cursor;
-        return cursor.position();
-    });
 }
 
 /// Returns the number of characters that an argument of `substr` stands for.
@@ -194,7 +165,7 @@ String::Spliterator& String::Spliterator::operator=(const Spliterator& other)
 void String::Spliterator::findEnd()
 {
     if (m_separator.empty())
-        m_end = {&m_text, next(m_text, m_begin.position)};
+        m_end = {&m_text, textcore::next(m_text, m_begin.position)};
     else
         m_end = m_text.find(m_separator, m_begin);
 }

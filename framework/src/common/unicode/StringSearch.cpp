@@ -142,14 +142,6 @@ String::Iterator lastOf(const String& text, const String& set, const String::Ite
     return {&text, SetSearch(text, set, wanted).last(limitOf(text, before))};
 }
 
-/// Returns the position one character behind `at`.
-Codec::Index next(const String& text, const Codec::Index& at)
-{
-    Cursor cursor(AnyEncoding(text.codec()), text, at);
-    ++cursor;
-    return cursor.position();
-}
-
 } // namespace
 
 String::Iterator String::find(const String& needle, const Iterator& from) const
@@ -167,7 +159,7 @@ String::Iterator String::rfind(const String& needle, const Iterator& before) con
     const Needle wanted(needle);
     Iterator result = end();
     for (Iterator here{this, wanted.firstIn(*this, {})}; !here.atEnd();
-         here.position = wanted.firstIn(*this, next(*this, here.position)))
+         here.position = wanted.firstIn(*this, textcore::next(*this, here.position)))
         if (here < before || here == before) result = here;
     return result;
 }

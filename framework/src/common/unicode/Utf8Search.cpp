@@ -12,8 +12,6 @@ namespace textcore {
 
 namespace {
 
-/// Bytes that are decoded before many are proved at once again.
-constexpr unsigned int DECODED_BYTES = 64;
 constexpr long long NOT_CANONICAL = -1;
 
 /// Bytes that a search begins with: where these do not count already, it must not have gone on to a
@@ -44,13 +42,6 @@ bool passCanonical(const Bytes& text, Codec::Index& at)
            std::memcmp(encoded, text.data + begin, written.bytes) == 0;
 }
 
-const unsigned char* hitIn(const Bytes& text, const Bytes& needle)
-{
-    if (needle.size > text.size) return nullptr;
-    return static_cast<const unsigned char*>(
-        memmem(text.data, text.size, needle.data, needle.size));
-}
-
 /// Returns whether that holds for the first bytes of a text, of which a character may be cut.
 bool beginsCanonical(Bytes first)
 {
@@ -63,29 +54,28 @@ bool beginsCanonical(Bytes first)
 
 } // namespace
 
+const unsigned char* firstBytes(const Bytes& text, const Bytes& needle)
+{
+    if (needle.size > text.size) return nullptr;
+    return static_cast<const unsigned char*>(
+        memmem(text.data, text.size, needle.data, needle.size));
+}
+
 long long canonicalCount(const Bytes& text)
 {
     Codec::Index at;
-    while (at.bytes < text.size) {
-        const Bytes rest{text.data + at.bytes, text.size - at.bytes};
-        const Run run = Utf8Structure<Widest, Accept::PLAIN>(rest).prove();
-        at.bytes += run.bytes;
-        at.chars += run.chars;
-        const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
-        while (at.bytes < end)
-            if (!passCanonical(text, at)) return NOT_CANONICAL;
-    }
-    return at.chars;
+    const auto pass = [&] { return passCanonical(text, at); };
+    return passText<Accept::PLAIN>(text, at, pass) ? at.chars : NOT_CANONICAL;
 }
 
 ByteSearch findBytes(const Bytes& text, const Codec::Index& start, const Bytes& needle)
 {
     const Bytes rest{text.data + start.bytes, text.size - start.bytes};
     const Bytes first{rest.data, std::min(rest.size, FIRST_BYTES)};
-    const unsigned char* hit = hitIn(first, needle);
+    const unsigned char* hit = firstBytes(first, needle);
     if (hit == nullptr && first.size < rest.size) {
         if (!beginsCanonical(first)) return {false, false, start};
-        hit = hitIn(rest, needle);
+        hit = firstBytes(rest, needle);
     }
     const bool isHit = hit != nullptr;
     const unsigned int before = isHit ? static_cast<unsigned int>(hit - rest.data) : rest.size;

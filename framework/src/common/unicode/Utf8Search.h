@@ -23,6 +23,9 @@ struct ByteSearch
     std::unicode::Codec::Index at;
 };
 
+/// Returns the first place in `text` where the bytes of `needle` are, null if there is none.
+const unsigned char* firstBytes(const Bytes& text, const Bytes& needle);
+
 /// Returns the number of characters of `text` if it is what encoding them gives, else -1.
 long long canonicalCount(const Bytes& text);
 

@@ -196,6 +196,27 @@ inline Run structuredRun(const Bytes& text)
     return Utf8Structure<Widest, Accept::STRUCTURED>(text).prove();
 }
 
+/// Bytes that are decoded before many are looked at together again, so that malformed text does not
+/// pay for proofs again and again.
+constexpr unsigned int DECODED_BYTES = 64;
+
+/// Walks `text` from `at` to its end, over what is proved, and calls `pass` to move over each
+/// character that is left. Returns false, and ends, where that does.
+template <Accept ACCEPT, typename Pass>
+bool passText(const Bytes& text, Codec::Index& at, const Pass& pass)
+{
+    while (at.bytes < text.size) {
+        const Bytes rest{text.data + at.bytes, text.size - at.bytes};
+        const Run run = Utf8Structure<Widest, ACCEPT>(rest).prove();
+        at.bytes += run.bytes;
+        at.chars += run.chars;
+        const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
+        while (at.bytes < end)
+            if (!pass()) return false;
+    }
+    return true;
+}
+
 } // namespace textcore
 
 #endif // ZELCOMMON_SRC_COMMON_UNICODE_UTF8STRUCTURE_H
