@@ -97,7 +97,10 @@ public:
             char block[4096];
             const ssize_t count = recv(m_fd, block, sizeof block, 0);
             if (count == -1 && errno == EINTR) continue;
-            if (count <= 0) return false;
+            if (count <= 0) {
+                m_isLate = count == -1 && (errno == EAGAIN || errno == EWOULDBLOCK);
+                return false;
+            }
             m_bytes.append(block, static_cast<std::size_t>(count));
             end = m_bytes.find('\n');
         }
@@ -106,8 +109,12 @@ public:
         return true;
     }
 
+    /// Returns whether there was none because the time limit has passed.
+    bool isLate() const { return m_isLate; }
+
 private:
     const int m_fd;
+    bool m_isLate = false;
     std::string m_bytes;
 };
 
@@ -128,7 +135,7 @@ int printAnswer(LineSource& source, bool isWatch)
         std::puts(line.c_str());
     }
     if (line != OK)
-        return complain(errno == EAGAIN ? "the process does not answer"
+        return complain(source.isLate() ? "the process does not answer"
                                         : "the process has hung up");
     while (isWatch && source.next(line)) {
         std::puts(line.c_str());
@@ -167,7 +174,6 @@ int run(const std::string& path, const std::string& request)
     LineSource source(fd);
     const bool isQuick = request == "list" || request.compare(0, 4, "set ") == 0;
     if (isQuick) limitTime(fd, PATIENCE);
-    errno = 0;
     const bool isSent = sendAll(fd, request + '\n');
     const int status =
         isSent ? printAnswer(source, request == "watch") : complain("the process has hung up");

@@ -211,4 +211,35 @@ TEST(CodecConversionLong, OfEveryUnit_InABlock)
     }
 }
 
+slow::Bytes betweenPairs(LongText& random, unsigned int first, unsigned int second)
+{
+    slow::Bytes data = random.run(slow::UTF16LE, support::EMOJI, 12);
+    for (const unsigned int unit : {first, second}) {
+        data.push_back(static_cast<unsigned char>(unit));
+        data.push_back(static_cast<unsigned char>(unit >> 8));
+    }
+    append(data, random.run(slow::UTF16LE, support::EMOJI, 40));
+    return data;
+}
+
+TEST(CodecConversionLong, OfEveryPair_BetweenPairs)
+{
+    LongText random(12);
+    for (unsigned int high = 0xD800; high <= 0xDBFF; high += 3)
+        for (const unsigned int low : {0xDC00u, 0xDFFFu})
+            ASSERT_NO_FATAL_FAILURE(
+                expectSame(slow::UTF16LE, slow::UTF8, betweenPairs(random, high, low)));
+}
+
+TEST(CodecConversionLong, OfOtherUnits_BetweenPairs)
+{
+    LongText random(13);
+    const unsigned int units[] = {0x61,   0xE4,   0x20AC, 0xD7FF, 0xD800,
+                                  0xDBFF, 0xDC00, 0xDFFF, 0xE000};
+    for (const unsigned int first : units)
+        for (const unsigned int second : units)
+            ASSERT_NO_FATAL_FAILURE(
+                expectSame(slow::UTF16LE, slow::UTF8, betweenPairs(random, first, second)));
+}
+
 } // namespace

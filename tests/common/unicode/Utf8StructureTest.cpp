@@ -64,10 +64,17 @@ protected:
         EXPECT_EQ(slowCount(bytes, basic.bytes), static_cast<int>(basic.chars));
         for (unsigned int i = 0; i < basic.bytes; ++i)
             EXPECT_GT(0xF0, bytes[i]);
-        const TextRun plain = prove<Accept::PLAIN>(bytes);
-        ASSERT_LE(plain.bytes, bytes.size());
-        EXPECT_EQ(slowCount(bytes, plain.bytes), static_cast<int>(plain.chars));
-        EXPECT_TRUE(isCanonical(bytes, plain.bytes));
+        expectPlain<Accept::PLAIN>(bytes);
+        expectPlain<Accept::PLAIN_FOUR>(bytes);
+    }
+
+    template <Accept ACCEPT>
+    static void expectPlain(const Bytes& bytes)
+    {
+        const TextRun run = prove<ACCEPT>(bytes);
+        ASSERT_LE(run.bytes, bytes.size());
+        EXPECT_EQ(slowCount(bytes, run.bytes), static_cast<int>(run.chars));
+        EXPECT_TRUE(isCanonical(bytes, run.bytes));
     }
 };
 
@@ -122,6 +129,28 @@ TYPED_TEST(Utf8Structure, Prove_OfThreeBytes_EndsBeforeFour)
         repeated("a", 200) + "\xF0\x9F\xA6\x8A" + repeated("a", 200));
     EXPECT_GE(200u, run.bytes);
     EXPECT_LE(200u - 8 * sizeof(TypeParam), run.bytes);
+}
+
+TYPED_TEST(Utf8Structure, Prove_PlainFour_PassesEmoji)
+{
+    const TextRun run = this->template prove<Accept::PLAIN_FOUR>(repeated("\xF0\x9F\xA6\x8A", 100));
+    EXPECT_LE(400u - sizeof(textcore::Word), run.bytes);
+    EXPECT_EQ(run.bytes / 4, run.chars);
+}
+
+// What is longer than its value needs, above what is assigned, or counts as a surrogate is not
+// plain.
+TYPED_TEST(Utf8Structure, Prove_EveryBeginningOfFourBytes)
+{
+    for (unsigned int lead = 0xEF; lead <= 0xF8; ++lead)
+        for (unsigned int second = 0x80; second <= 0xC0; ++second)
+            for (const std::size_t before : {0u, 4u, 7u, 14u, 15u, 60u}) {
+                Bytes bytes(before, 'a');
+                for (const unsigned int byte : {lead, second, 0xA0u, 0x80u})
+                    bytes.push_back(static_cast<unsigned char>(byte));
+                bytes.resize(80, 'a');
+                this->expectSlowCount(bytes);
+            }
 }
 
 TYPED_TEST(Utf8Structure, Prove_EveryBeginningOfThreeBytes)

@@ -8,16 +8,13 @@
 #include <cstring>
 
 #include "Encoding.h"
-#include "QuickConversion.h"
+#include "PairedWalk.h"
 #include "UnitBlock.h"
 #include "Utf8Structure.h"
 
 namespace textcore {
 
 namespace {
-
-/// Bytes that are decoded before many are measured at once again.
-constexpr unsigned int DECODED_BYTES = 64;
 
 /// What is known of the beginning of a text without decoding it.
 struct Measured
@@ -40,20 +37,20 @@ Measured measureMany(const Utf8Encoding&, const Ucs4Encoding&, const Bytes& text
     return {run, run.chars * std::uint64_t(sizeof(Ucs4Encoding::Unit))};
 }
 
-/// Units that are characters themselves.
+/// Blocks of units that are characters themselves, or of pairs.
 template <typename Source>
 Measured measureMany(const Source&, const Utf8Encoding&, const Bytes& text)
 {
     using Unit = typename Source::Unit;
     using Block = UnitBlock<Widest, Unit>;
     Measured many;
-    unsigned int bytes = 0;
+    Extent block{};
     while (text.size - many.run.bytes >= Block::SIZE &&
-           Block::measure(text.data + many.run.bytes, bytes)) {
+           Block::measure(text.data + many.run.bytes, block)) {
         many.run.bytes += Block::SIZE;
-        many.bytes += bytes;
+        many.run.chars += block.chars;
+        many.bytes += block.bytes;
     }
-    many.run.chars = many.run.bytes / sizeof(Unit);
     return many;
 }
 
@@ -69,7 +66,7 @@ Measured measureMany(const AnyEncoding&, const AnyEncoding&, const Bytes&)
     return {};
 }
 
-/// Characters that have all of their units, as many as a round takes.
+/// Plain characters, as many as a round takes.
 template <typename Source, typename Target>
 Measured measureWhole(const Source& source, const Target& target, const Bytes& text)
 {
@@ -79,10 +76,10 @@ Measured measureWhole(const Source& source, const Target& target, const Bytes& t
     const unsigned char* from = text.data;
     Measured measured;
     while (measured.run.chars < ROUND && end - from >= LONGEST) {
-        const unsigned char* behind = from;
         unsigned int c = 0;
-        if (!takeWhole(source, behind, c) || !isPlain(c)) break;
-        from = behind;
+        const std::ptrdiff_t bytes = takeAny(source, from, c);
+        if (bytes == 0) break;
+        from += bytes;
         measured.bytes += target.bytesOf(c);
         ++measured.run.chars;
     }
@@ -133,17 +130,44 @@ Extent measureWith(const Source& source, const Target& target, const Bytes& text
     return {at.chars, total};
 }
 
+/// Writes one text from another.
+struct Write
+{
+    using Byte = unsigned char;
+
+    template <typename From, typename To>
+    static unsigned int ascii(const unsigned char* from, unsigned char* to)
+    {
+        return copyAscii<From, To>(from, to);
+    }
+
+    template <typename From, typename To>
+    static bool asciiBlock(const unsigned char* from, unsigned char* to)
+    {
+        return copyAsciiBlock<From, To>(from, to);
+    }
+
+    template <unsigned int LENGTH, typename Target>
+    static bool character(const Target& target, unsigned char* to, unsigned int c)
+    {
+        if (sizeof(typename Target::Unit) == 1 && !hasLength<LENGTH>(c)) return false;
+        const std::uint32_t bytes = encoded<LENGTH>(target, c);
+        std::memcpy(to, &bytes, sizeof bytes);
+        return true;
+    }
+};
+
 /// Moves both positions over what can be converted quickly. Some characters are left in any case.
 template <typename Source, typename Target>
-void passMany(const Source& source, const Target& target, const Bytes& text, const Extent& extent,
-              unsigned char* to, Codec::Index& from, Codec::Index& written)
+void passMany(const Bytes& text, const Extent& extent, unsigned char* to, Codec::Index& from,
+              Codec::Index& written)
 {
     if (from.bytes > text.size || written.bytes > extent.bytes) return;
-    Course course{text.data + from.bytes, text.data + text.size, to + written.bytes,
-                  to + extent.bytes, extent.chars - from.chars};
-    convertMany(source, target, course);
-    from = {extent.chars - course.chars, static_cast<unsigned int>(course.from - text.data)};
-    written.bytes = static_cast<unsigned int>(course.to - to);
+    Course<unsigned char> at{text.data + from.bytes, text.data + text.size, to + written.bytes,
+                             to + extent.bytes, extent.chars - from.chars};
+    PairedWalk<Write, Source, Target>::walk(at);
+    from = {extent.chars - at.chars, static_cast<unsigned int>(at.from - text.data)};
+    written.bytes = static_cast<unsigned int>(at.to - to);
 }
 
 template <typename Source, typename Target>
@@ -154,7 +178,7 @@ void convertWith(const Source& source, const Target& target, const Bytes& text,
     Codec::Index from;
     Codec::Index written;
     while (from.chars < extent.chars) {
-        passMany(source, target, text, extent, to, from, written);
+        passMany<Source, Target>(text, extent, to, from, written);
         const Codec::Index before = from;
         unsigned int c = REPLACEMENT;
         source.step(text.data, text.size, from, c);

@@ -26,7 +26,7 @@ unsigned int count(const Utf8Encoding& encoding, const Bytes& text)
 {
     Codec::Index at;
     unsigned int last = 0;
-    passText<Accept::STRUCTURED>(text, at, [&] {
+    passText(text, at, structuredRun, [&] {
         encoding.step(text.data, text.size, at, last);
         return true;
     });

@@ -7,9 +7,11 @@
 #define ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H
 
 #include <algorithm>
+#include <cstddef>
 
 #include <common/unicode/String.h>
 
+#include "Conversion.h"
 #include "Encoding.h"
 
 namespace textcore {
@@ -38,26 +40,18 @@ public:
         if (!step(last)) m_position = {m_count, m_size};
     }
 
-    /// Returns whether there are `count` units more, and the place of the first one.
-    bool hasUnits(unsigned int count) const
+    /// Returns the bytes from here on.
+    Bytes rest() const
     {
-        return m_position.bytes < m_size &&
-               (m_size - m_position.bytes) / sizeof(typename Encoding::Unit) >= count;
-    }
-    const unsigned char* here() const { return m_data + m_position.bytes; }
-
-    /// Moves over characters of one unit each, which must be there.
-    void passUnits(unsigned int count)
-    {
-        m_position.bytes += count * static_cast<unsigned int>(sizeof(typename Encoding::Unit));
-        m_position.chars += count;
+        const unsigned int passed = std::min(m_position.bytes, m_size);
+        return {m_data + passed, m_size - passed};
     }
 
-    /// Moves over one character, which ends at `end`.
-    void passTo(const unsigned char* end)
+    /// Moves over that many characters, which must be there and take so many bytes.
+    void pass(std::ptrdiff_t bytes, unsigned int chars)
     {
-        m_position.bytes = static_cast<unsigned int>(end - m_data);
-        ++m_position.chars;
+        m_position.bytes += static_cast<unsigned int>(bytes);
+        m_position.chars += chars;
     }
 
     /// Moves over a character of two to four bytes that has all of them, if `passes` holds of it.

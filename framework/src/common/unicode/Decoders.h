@@ -12,6 +12,8 @@
 
 #include <common/unicode/Codec.h>
 
+#include "Utf8Shape.h"
+
 namespace textcore {
 
 using std::unicode::Codec;
@@ -99,18 +101,16 @@ struct Utf8Decoder
         if (size < sizeof bytes) return 0;
         std::memcpy(&bytes, data, sizeof bytes);
         const std::uint32_t lead = bytes & 0xFF;
-        const std::uint32_t second = bytes >> 8 & 0x3F;
-        const std::uint32_t third = bytes >> 16 & 0x3F;
         if (lead < 0xE0) {
-            c = (lead & 0x1F) << 6 | second;
-            return (bytes & 0xC0C0) == 0x80C0 ? 2 : 0;
+            c = Utf8Shape<2>::decoded(bytes);
+            return Utf8Shape<2>::isAt(bytes) ? 2 : 0;
         }
         if (lead < 0xF0) {
-            c = (lead & 0x0F) << 12 | second << 6 | third;
-            return (bytes & 0xC0C000) == 0x808000 ? 3 : 0;
+            c = Utf8Shape<3>::decoded(bytes);
+            return Utf8Shape<3>::isAt(bytes) ? 3 : 0;
         }
-        c = (lead & 0x07) << 18 | second << 12 | third << 6 | (bytes >> 24 & 0x3F);
-        return (bytes & 0xC0C0C008) == 0x80808000 ? 4 : 0;
+        c = Utf8Shape<4>::decoded(bytes);
+        return Utf8Shape<4>::isAt(bytes) ? 4 : 0;
     }
 
 private:

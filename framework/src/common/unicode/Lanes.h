@@ -68,6 +68,21 @@ Lanes load(const unsigned char* from)
     return lanes;
 }
 
+/// Returns the bits of `COUNT` lanes together, a power of two.
+template <typename Lanes, unsigned int COUNT>
+Lanes anyOf(const unsigned char* from)
+{
+    if constexpr (COUNT == 1)
+        return load<Lanes>(from);
+    else
+        return anyOf<Lanes, COUNT / 2>(from) |
+               anyOf<Lanes, COUNT / 2>(from + COUNT / 2 * sizeof(Lanes));
+}
+
+/// The bits of units that those of ASCII do not have.
+template <typename Lanes, typename Unit>
+constexpr auto NOT_ASCII = each<Lanes, Unit>(static_cast<Unit>(~Unit(0x7F)));
+
 /// Returns `lanes` with each byte `COUNT` places later, behind the last ones of `before`.
 template <unsigned int COUNT>
 Word delayed(Word before, Word lanes)

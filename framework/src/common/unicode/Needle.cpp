@@ -3,6 +3,7 @@
 #include "Needle.h"
 
 #include "Cursor.h"
+#include "StringBytes.h"
 #include "Utf8Search.h"
 
 namespace textcore {
@@ -17,8 +18,8 @@ Needle::Needle(const String& text) : m_text(text)
     m_hasFirst = true;
     if (kindOf(text.codec()) != Kind::UTF8)
         encode();
-    else if (canonicalCount({text.data(), text.byteLength()}) == text.size())
-        m_bytes = {text.data(), text.byteLength()};
+    else if (canonicalCount(bytesOf(text)) == text.size())
+        m_bytes = bytesOf(text);
 }
 
 /// Fills the room with the text, unless it is too small, or a character has no form in UTF-8.
@@ -35,7 +36,7 @@ Codec::Index Needle::firstIn(const String& text, const Codec::Index& from) const
     const bool isInside = from.chars <= text.size() && from.bytes <= text.byteLength();
     if (m_bytes.size == 0 || kindOf(text.codec()) != Kind::UTF8 || !isInside)
         return decodedIn(text, from);
-    const ByteSearch search = findBytes({text.data(), text.byteLength()}, from, m_bytes);
+    const ByteSearch search = findBytes(bytesOf(text), from, m_bytes);
     if (!search.isCertain) return decodedIn(text, from);
     // A text may have fewer characters than its bytes.
     const unsigned long long end = 0ULL + search.at.chars + m_text.size();

@@ -3,19 +3,18 @@
 #include <common/unicode/String.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-#include "AsciiCopy.h"
 #include "Cursor.h"
-#include "QuickConversion.h"
+#include "PairedWalk.h"
 
 namespace std::unicode {
 
 namespace {
 
 using textcore::AnyEncoding;
-using textcore::ASCII_BLOCK;
 using textcore::Cursor;
 using textcore::Kind;
 using textcore::kindOf;
@@ -31,44 +30,46 @@ struct Difference
     unsigned int right;
 };
 
-/// Passes characters that are the same in both texts, fewer than `steps`, away from their ends.
-/// Returns how many; `last` is the last one then.
-template <typename Left, typename Right>
-unsigned int passEqual(Cursor<Left>& left, Cursor<Right>& right, unsigned int steps,
-                       Difference& last)
+/// Goes on as long as two texts are the same.
+struct Compare
 {
-    // What one round takes at most: a block of ASCII but for one, and a character behind it.
-    constexpr unsigned int TAKEN = 2 * ASCII_BLOCK;
-    unsigned int passed = 0;
-    while (steps - passed > TAKEN && left.hasUnits(TAKEN) && right.hasUnits(TAKEN)) {
-        unsigned int equal = 0;
-        if (left.here()[0] < 0x80) { // it may be ASCII
-            equal = textcore::equalAsciiLength<typename Left::Unit, typename Right::Unit>(
-                left.here(), right.here());
-            if (equal > 0)
-                last.left = last.right = left.here()[(equal - 1) * sizeof(typename Left::Unit)];
-            left.passUnits(equal);
-            right.passUnits(equal);
-            passed += equal;
-        }
-        if (equal == ASCII_BLOCK) continue;
-        const unsigned char* leftEnd = left.here();
-        const unsigned char* rightEnd = right.here();
-        unsigned int c = 0;
-        unsigned int other = 0;
-        const bool areWhole = textcore::takeWhole(Left(), leftEnd, c) &&
-                              textcore::takeWhole(Right(), rightEnd, other);
-        if (!areWhole || c != other || textcore::isSurrogate(c)) break;
-        left.passTo(leftEnd);
-        right.passTo(rightEnd);
-        last = {c, c};
-        ++passed;
+    using Byte = const unsigned char;
+
+    template <typename From, typename To>
+    static unsigned int ascii(const unsigned char* from, const unsigned char* other)
+    {
+        return textcore::equalAsciiLength<From, To>(from, other);
     }
-    return passed;
-}
-unsigned int passEqual(Cursor<AnyEncoding>&, Cursor<AnyEncoding>&, unsigned int, Difference&)
+
+    template <typename From, typename To>
+    static bool asciiBlock(const unsigned char* from, const unsigned char* other)
+    {
+        return textcore::equalAsciiBlock<From, To>(from, other);
+    }
+
+    template <unsigned int LENGTH, typename Target>
+    static bool character(const Target& target, const unsigned char* other, unsigned int c)
+    {
+        constexpr std::ptrdiff_t BEHIND = 32 - 8 * textcore::bytesOf<LENGTH, Target>();
+        const std::uint32_t bytes = textcore::encoded<LENGTH>(target, c);
+        return (bytes ^ textcore::load<std::uint32_t>(other)) << BEHIND == 0;
+    }
+};
+
+/// Passes characters that are the same in both texts, fewer than `steps`, and not to the end of
+/// either. Returns how many.
+template <typename Left, typename Right>
+unsigned int passEqual(Cursor<Left>& left, Cursor<Right>& right, unsigned int steps)
 {
-    return 0;
+    const textcore::Bytes rest = left.rest();
+    const textcore::Bytes otherRest = right.rest();
+    textcore::Course<const unsigned char> at{rest.data, rest.data + rest.size, otherRest.data,
+                                             otherRest.data + otherRest.size, steps};
+    textcore::PairedWalk<Compare, Left, Right>::walk(at);
+    const unsigned int passed = steps - at.chars;
+    left.pass(at.from - rest.data, passed);
+    right.pass(at.to - otherRest.data, passed);
+    return passed;
 }
 
 /// Walks both texts for `steps` characters, or to the first difference. Where a text has fewer that
@@ -81,7 +82,7 @@ Difference differenceOf(Cursor<Left> left, Cursor<Right> right, unsigned int ste
         const bool leftMoved = left.step(last.left);
         const bool rightMoved = right.step(last.right);
         if (last.left != last.right || (!leftMoved && !rightMoved)) break;
-        steps -= passEqual(left, right, steps, last);
+        steps -= passEqual(left, right, steps);
     }
     return last;
 }

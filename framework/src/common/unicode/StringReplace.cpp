@@ -2,11 +2,11 @@
 
 #include <common/unicode/String.h>
 
-#include <climits>
 #include <cstring>
 
 #include "Needle.h"
 #include "OwnedBlock.h"
+#include "StringBytes.h"
 #include "Utf8Search.h"
 
 namespace std::unicode {
@@ -14,23 +14,16 @@ namespace std::unicode {
 namespace {
 
 using textcore::Bytes;
+using textcore::bytesOf;
 using textcore::Kind;
 using textcore::kindOf;
-
-Bytes bytesOf(const String& text)
-{
-    return {text.data(), text.byteLength()};
-}
 
 /// Calls `use` with what is before each occurrence of `what`, and returns what is behind the last.
 template <typename Use>
 Bytes forEachPiece(Bytes text, const Bytes& what, const Use& use)
 {
-    while (what.size <= text.size) {
-        const void* const hit = memmem(text.data, text.size, what.data, what.size);
-        if (hit == nullptr) break;
-        const auto before =
-            static_cast<unsigned int>(static_cast<const unsigned char*>(hit) - text.data);
+    while (const unsigned char* const hit = textcore::firstBytes(text, what)) {
+        const auto before = static_cast<unsigned int>(hit - text.data);
         use(Bytes{text.data, before});
         text.data += before + what.size;
         text.size -= before + what.size;
@@ -44,35 +37,28 @@ unsigned char* append(const Bytes& bytes, unsigned char* to)
     return to + bytes.size;
 }
 
-/// A text that is put into blocks in UTF-8, and converted the first time.
+/// A text that is put into blocks in UTF-8, and converted the first time alone.
 class Glue
 {
 public:
-    explicit Glue(const String& text)
-        : m_text(text), m_extent{text.size(), text.byteLength()}, m_bytes(bytesOf(text))
-    {
-        m_isConverted = kindOf(text.codec()) == Kind::UTF8;
-        if (!m_isConverted)
-            m_extent = textcore::measure(text.codec(), UTF8, bytesOf(text), UINT_MAX);
-    }
+    explicit Glue(const String& text) : m_text(text), m_extent(textcore::extentIn(UTF8, text)) {}
 
     /// Bytes in UTF-8; more than 32 bits hold have no room anywhere.
     unsigned long long size() const { return m_extent.bytes; }
 
     unsigned char* put(unsigned char* to)
     {
-        if (m_isConverted) return append(m_bytes, to);
-        textcore::convert(m_text.codec(), UTF8, bytesOf(m_text), m_extent, to);
+        if (m_bytes.data != nullptr) return append(m_bytes, to);
+        textcore::put(UTF8, m_text, m_extent, to);
         m_bytes = {to, static_cast<unsigned int>(m_extent.bytes)};
-        m_isConverted = true;
         return to + m_bytes.size;
     }
 
 private:
     const String& m_text;
-    textcore::Extent m_extent;
-    Bytes m_bytes;
-    bool m_isConverted;
+    const textcore::Extent m_extent;
+    /// Where it has been put first, if it has.
+    Bytes m_bytes{nullptr, 0};
 };
 
 } // namespace

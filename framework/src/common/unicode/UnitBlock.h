@@ -7,24 +7,29 @@
 
 #include <cstdint>
 
+#include "Conversion.h"
 #include "Lanes.h"
 
 namespace textcore {
 
-/// Blocks of units that are characters of their own, below 0x10000. In the lanes here, the highest
-/// bit of each unit says something.
+/// Blocks of units that are characters of their own, below 0x10000, and of pairs of surrogates. In
+/// the lanes here, the highest bit of each unit says something.
 template <typename Lanes, typename Unit>
 class UnitBlock
 {
 public:
-    static constexpr unsigned int SIZE = 4 * sizeof(Lanes);
+    static constexpr unsigned int COUNT = 4;
+    static constexpr unsigned int SIZE = COUNT * sizeof(Lanes);
 
-    /// Stores the bytes of the block at `from`. Returns false if one of its units is no such
-    /// character.
-    static bool measure(const unsigned char* from, unsigned int& bytes)
+    /// Stores what the block at `from` is in UTF-8. Returns false if it is not all of one such
+    /// kind.
+    static bool measure(const unsigned char* from, Extent& block)
     {
-        bytes = SIZE / sizeof(Unit);
-        return isAscii(from) || measureAny(from, bytes);
+        constexpr unsigned int UNITS = SIZE / sizeof(Unit);
+        block = {UNITS, UNITS};
+        if (isAscii(from) || measureAny(from, block)) return true;
+        block = {UNITS / 2, 2 * UNITS};
+        return sizeof(Unit) == 2 && isOfPairs(from);
     }
 
 private:
@@ -33,13 +38,10 @@ private:
 
     static bool isAscii(const unsigned char* from)
     {
-        Lanes any{};
-        for (unsigned int i = 0; i < SIZE; i += sizeof(Lanes))
-            any |= load<Lanes>(from + i);
-        return isZero(any & each<Lanes, Unit>(static_cast<Unit>(~Unit(0x7F))));
+        return isZero(anyOf<Lanes, COUNT>(from) & NOT_ASCII<Lanes, Unit>);
     }
 
-    static bool measureAny(const unsigned char* from, unsigned int& bytes)
+    static bool measureAny(const unsigned char* from, Extent& block)
     {
         Lanes sums{};
         Lanes strangers{};
@@ -47,21 +49,44 @@ private:
             const Lanes units = load<Lanes>(from + i);
             sums += atLeast<0x80>(units) >> TOP_BIT;
             sums += atLeast<0x800>(units) >> TOP_BIT;
-            const Lanes isNone = (units & each<Lanes, Unit>(0xF800)) ^ each<Lanes, Unit>(0xD800);
-            strangers |= ~atLeast<1>(isNone) & each<Lanes, Unit>(HIGHEST);
+            strangers |= surrogates(units);
             if (sizeof(Unit) > 2) strangers |= atLeast<0x10000>(units);
         }
-        bytes += sumOf(sums);
+        block.bytes += sumOf(sums);
         return isZero(strangers);
     }
 
-    /// Marks the units that are `LIMIT`, a power of two, or more.
+    /// Those that stand for what bits 11 to 15 have of a surrogate are others.
+    static bool isOfPairs(const unsigned char* from)
+    {
+        using Pair = std::uint32_t;
+        constexpr unsigned int ABOVE = 0x40; // where an even number below 0x40, but 0, carries to
+        Lanes strangers{};
+        for (unsigned int i = 0; i < SIZE; i += sizeof(Lanes)) {
+            const Lanes pairs = load<Lanes>(from + i);
+            strangers |= (pairs & each<Lanes, Pair>(0xFC00FC00)) ^ each<Lanes, Pair>(0xDC00D800);
+            const Lanes others = (pairs & each<Lanes, Pair>(0x3E)) ^ each<Lanes, Pair>(0x36);
+            strangers |= ~(others + each<Lanes, Pair>(ABOVE - 2)) & each<Lanes, Pair>(ABOVE);
+        }
+        return isZero(strangers);
+    }
+
+    /// Marks the units that are `LIMIT` or more.
     template <unsigned int LIMIT>
     static Lanes atLeast(const Lanes& units)
     {
-        // All bits that such a unit has one of, but the highest, carry into that.
-        constexpr auto BITS = each<Lanes, Unit>(static_cast<Unit>(HIGHEST - LIMIT));
-        return (((units & BITS) + BITS) | units) & each<Lanes, Unit>(HIGHEST);
+        // Those that do not have the highest bit carry into it.
+        const Lanes carried =
+            (units & each<Lanes, Unit>(HIGHEST - 1)) + each<Lanes, Unit>(HIGHEST - LIMIT);
+        return (carried | units) & each<Lanes, Unit>(HIGHEST);
+    }
+
+    /// Marks the units of which bits 11 to 15 are those of a surrogate.
+    static Lanes surrogates(const Lanes& units)
+    {
+        // What differs carries into the bit above, which is made free.
+        const Lanes others = (units & each<Lanes, Unit>(0xF800)) ^ each<Lanes, Unit>(0xD800);
+        return ~((others >> 1) + each<Lanes, Unit>(HIGHEST - 0x400)) & each<Lanes, Unit>(HIGHEST);
     }
 };
 

@@ -42,6 +42,16 @@ bool passCanonical(const Bytes& text, Codec::Index& at)
            std::memcmp(encoded, text.data + begin, written.bytes) == 0;
 }
 
+/// Returns characters from the beginning of `text` on that are what encoding them gives. Those of
+/// four bytes, which cost more, are looked for where others end.
+Run plainRun(const Bytes& text)
+{
+    const Run run = Utf8Structure<Widest, Accept::PLAIN>(text).prove();
+    const Bytes rest = behind(text, run.bytes);
+    const Run more = Utf8Structure<Widest, Accept::PLAIN_FOUR>(rest).prove();
+    return {run.bytes + more.bytes, run.chars + more.chars};
+}
+
 /// Returns whether that holds for the first bytes of a text, of which a character may be cut.
 bool beginsCanonical(Bytes first)
 {
@@ -54,18 +64,11 @@ bool beginsCanonical(Bytes first)
 
 } // namespace
 
-const unsigned char* firstBytes(const Bytes& text, const Bytes& needle)
-{
-    if (needle.size > text.size) return nullptr;
-    return static_cast<const unsigned char*>(
-        memmem(text.data, text.size, needle.data, needle.size));
-}
-
 long long canonicalCount(const Bytes& text)
 {
     Codec::Index at;
     const auto pass = [&] { return passCanonical(text, at); };
-    return passText<Accept::PLAIN>(text, at, pass) ? at.chars : NOT_CANONICAL;
+    return passText(text, at, plainRun, pass) ? at.chars : NOT_CANONICAL;
 }
 
 ByteSearch findBytes(const Bytes& text, const Codec::Index& start, const Bytes& needle)

@@ -7,6 +7,8 @@
 #ifndef ZELCOMMON_SRC_COMMON_UNICODE_UTF8SEARCH_H
 #define ZELCOMMON_SRC_COMMON_UNICODE_UTF8SEARCH_H
 
+#include <cstring>
+
 #include <common/unicode/Codec.h>
 
 #include "Conversion.h"
@@ -24,7 +26,12 @@ struct ByteSearch
 };
 
 /// Returns the first place in `text` where the bytes of `needle` are, null if there is none.
-const unsigned char* firstBytes(const Bytes& text, const Bytes& needle);
+inline const unsigned char* firstBytes(const Bytes& text, const Bytes& needle)
+{
+    if (needle.size > text.size) return nullptr;
+    return static_cast<const unsigned char*>(
+        memmem(text.data, text.size, needle.data, needle.size));
+}
 
 /// Returns the number of characters of `text` if it is what encoding them gives, else -1.
 long long canonicalCount(const Bytes& text);

@@ -26,7 +26,8 @@ struct Run
 enum class Accept {
     STRUCTURED, ///< those of one to four bytes
     BASIC,      ///< those of one to three bytes
-    PLAIN,      ///< those of which a glance at the lead tells that no other bytes are the same one
+    PLAIN,      ///< of those, the ones of which the lead tells that no other bytes are the same
+    PLAIN_FOUR, ///< these and some of four bytes
 };
 
 /// The proof, `Lanes` at a time.
@@ -74,12 +75,24 @@ private:
     {
         if constexpr (ACCEPT == Accept::STRUCTURED) return leads.four & leads.four << 1;
         if constexpr (ACCEPT == Accept::BASIC) return leads.four;
-        // Overlong forms begin with C0, C1 or E0, surrogates with ED. Some leads beside these are
-        // given up, too.
+        // Overlong forms begin with C0, C1, E0 or F0, surrogates with ED. Some leads beside these
+        // are given up, too; of the last kind, the byte behind it tells.
         const Part fourthBit = bytes << 4;
         const Part thirdBit = bytes << 5;
         const Part hasLowBits = bytes << 3 | fourthBit | thirdBit | bytes << 6;
-        return (leads.two & ~hasLowBits) | (leads.three & fourthBit & thirdBit) | leads.four;
+        const Part failing = (leads.two & ~hasLowBits) | (leads.three & fourthBit & thirdBit);
+        if constexpr (ACCEPT == Accept::PLAIN) return failing | leads.four;
+        return failing | (leads.four & (fourthBit | thirdBit));
+    }
+
+    /// What is not accepted behind the lead of four bytes.
+    template <typename Part>
+    static Part secondStrangers(const Part& bytes, const Leads<Part>& before,
+                                const Leads<Part>& leads)
+    {
+        if (ACCEPT != Accept::PLAIN_FOUR) return Part{};
+        // Overlong forms lack bits 4 and 5, what counts as surrogate lacks bit 1. Emoji have it.
+        return delayed<1>(before.four, leads.four) & ~(bytes << 3 & bytes << 6);
     }
 
     unsigned int left() const { return m_text.size - m_run.bytes; }
@@ -111,7 +124,7 @@ private:
     template <typename Part>
     static bool isAscii(const Part& bytes)
     {
-        return isZero(bytes & each<Part>(0x80));
+        return isZero(bytes & NOT_ASCII<Part, unsigned char>);
     }
 
     /// Passes the next parts. Returns false, and passes nothing, where one of them fails.
@@ -127,16 +140,6 @@ private:
         m_run.bytes += SIZE;
         m_run.chars += SIZE - continuations;
         return true;
-    }
-
-    template <typename Part, unsigned int COUNT>
-    static Part anyOf(const unsigned char* bytes)
-    {
-        if constexpr (COUNT == 1)
-            return load<Part>(bytes);
-        else
-            return anyOf<Part, COUNT / 2>(bytes) |
-                   anyOf<Part, COUNT / 2>(bytes + COUNT / 2 * sizeof(Part));
     }
 
     template <typename Part, unsigned int COUNT>
@@ -165,9 +168,10 @@ private:
         const Part here = load<Part>(bytes);
         const Leads<Part> leads(here);
         Part due = delayed<1>(before.two, leads.two) | delayed<2>(before.three, leads.three);
-        if (ACCEPT == Accept::STRUCTURED) due |= delayed<3>(before.four, leads.four);
+        if (ACCEPT == Accept::STRUCTURED || ACCEPT == Accept::PLAIN_FOUR)
+            due |= delayed<3>(before.four, leads.four);
         const Part found = here & ~(here << 1);
-        fails |= (due ^ found) | strangers(here, leads);
+        fails |= (due ^ found) | strangers(here, leads) | secondStrangers(here, before, leads);
         sums += (found & each<Part>(0x80)) >> 7;
         before = leads;
     }
@@ -190,6 +194,12 @@ private:
     Run m_run;
 };
 
+/// Returns what is behind the first bytes of `text`.
+inline Bytes behind(const Bytes& text, unsigned int bytes)
+{
+    return {text.data + bytes, text.size - bytes};
+}
+
 /// Returns characters of one to four bytes from the beginning of `text` on.
 inline Run structuredRun(const Bytes& text)
 {
@@ -200,14 +210,13 @@ inline Run structuredRun(const Bytes& text)
 /// pay for proofs again and again.
 constexpr unsigned int DECODED_BYTES = 64;
 
-/// Walks `text` from `at` to its end, over what is proved, and calls `pass` to move over each
-/// character that is left. Returns false, and ends, where that does.
-template <Accept ACCEPT, typename Pass>
-bool passText(const Bytes& text, Codec::Index& at, const Pass& pass)
+/// Walks `text` from `at` to its end, over what `prove` gives of the beginning of the rest, and
+/// calls `pass` to move over each character that is left. Returns false, and ends, where that does.
+template <typename Prove, typename Pass>
+bool passText(const Bytes& text, Codec::Index& at, const Prove& prove, const Pass& pass)
 {
     while (at.bytes < text.size) {
-        const Bytes rest{text.data + at.bytes, text.size - at.bytes};
-        const Run run = Utf8Structure<Widest, ACCEPT>(rest).prove();
+        const Run run = prove(behind(text, at.bytes));
         at.bytes += run.bytes;
         at.chars += run.chars;
         const unsigned int end = at.bytes + std::min(text.size - at.bytes, DECODED_BYTES);
