@@ -219,6 +219,21 @@ TEST(ErrorStorageOverwrite, NullFileAndReason)
               result.err);
 }
 
+TEST(ErrorStorageOverwrite, HandlerThrows_LeavesAPendingChain)
+{
+    const ChildResult result = runInChild([] {
+        std::GlobalErrorHandler::atWarning([](const char*, const char*) { throw 1; });
+        const OpenStorage storage;
+        addToChain(1, 8);
+        EXPECT_THROW(addToChain(9), int);
+        EXPECT_EQ("8 7 6 5 4 3 2", chainIds());
+        EXPECT_TRUE(ErrorStorage::isError(true));
+        EXPECT_THROW(addToChain(10), int);
+        EXPECT_EQ("8 7 6 5 4 3", chainIds());
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+}
+
 TEST(ErrorStorageOverwrite, CountStepsBackAtItsLimit)
 {
     const ChildResult result = runInChild([] {
@@ -238,6 +253,25 @@ TEST(ErrorStorageOverwrite, CountStepsBackAtItsLimit)
         EXPECT_EQ(2147483641U, s_seen.count);
     });
     EXPECT_EQ(0, result.exitCode) << result.out;
+}
+
+TEST(ErrorStorageReads, ErrorWithoutAType_IsReportedAndOfNoType)
+{
+    const ChildResult result = runInChild([] {
+        std::GlobalErrorHandler::atAssert(
+            [](const char* condition, const char* location, const char*) {
+                printf("%s|%s\n", condition, location);
+            });
+        const OpenStorage storage;
+        startChain(1);
+        ErrorStorage::get()->m_type = nullptr;
+        EXPECT_FALSE(ErrorStorage::isA(CommonError));
+        EXPECT_FALSE(ErrorStorage::equals(CommonError));
+    });
+    EXPECT_EQ(0, result.exitCode);
+    EXPECT_EQ("m_type|framework/src/common/error/ErrorObject:67, isA()\n"
+              "m_type|framework/src/common/error/ErrorObject:74, equals()\n",
+              result.out);
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include <cstdarg>
 #include <string>
+#include <string_view>
 
 #include <common/error/ErrorObject.h>
 #include <common/error/ErrorType.h>
@@ -53,10 +54,11 @@ public:
 private:
     friend class ErrorStorage;
 
-    ZEL_LOCAL void raise(const ErrorType& type, int id, va_list values) const;
-    ZEL_LOCAL bool attempt(const ErrorType& type, int id, va_list values) const;
-    ZEL_LOCAL bool attemptFormatted(const ErrorType& type, int id, const char* message,
-                                    va_list values) const;
+    ZEL_LOCAL void raiseFormatted(const ErrorType& type, int id, const char* message,
+                                  va_list values) const;
+    ZEL_COLD ZEL_LOCAL void raisePlain(const ErrorType& type, int id, const ErrorID* row) const;
+    ZEL_COLD ZEL_LOCAL bool record(const ErrorType& type, int id, const char* reason,
+                                   string_view text) const;
     ZEL_COLD ZEL_LOCAL static void provideStorage(const char* reason);
     ZEL_LOCAL static void checkLayout();
 

@@ -137,18 +137,23 @@ private:
     struct Entry;
 
     ZEL_LOCAL static ErrorStorage* active();
+    ZEL_LOCAL static ErrorStorage* own();
     ZEL_LOCAL static void activate(ErrorStorage* storage);
     ZEL_LOCAL static ErrorObject* current();
     ZEL_LOCAL static char* record(const Entry& entry, bool& noStorage);
-    ZEL_LOCAL static bool recordPlain(const ErrorOutput& place, const ErrorType& type, int id);
+    ZEL_LOCAL static bool recordPlain(const ErrorOutput& place, const ErrorType& type, int id,
+                                      const char* message);
+    ZEL_LOCAL static bool recordText(const ErrorOutput& place, const ErrorType& type, int id,
+                                     const char* text, size_t length);
     ZEL_LOCAL static void createOnHeap();
     ZEL_LOCAL static void announceOverwrite(const ErrorObject& oldest);
 
     ZEL_LOCAL bool isPending() const { return m_current != nullptr && !m_acknowledged; }
     ZEL_LOCAL char* store(const Entry& entry);
-    ZEL_LOCAL void react();
+    ZEL_COLD ZEL_LOCAL void react();
     ZEL_LOCAL void handOver(const ErrorObject* chain, int count);
     ZEL_LOCAL void startChain(bool raise);
+    ZEL_LOCAL void dropChain();
     ZEL_LOCAL ErrorObject& nextSlot(bool raise);
     ZEL_LOCAL ErrorObject& takeSlot();
     ZEL_COLD ZEL_LOCAL ErrorObject& overwrite(ErrorObject& slot);

@@ -14,6 +14,8 @@
 
 namespace std {
 
+class ErrorOutput;
+
 /// One row of an error table, in static read-only data.
 struct ErrorID
 {
@@ -62,7 +64,7 @@ public:
     int getArgumentCount(int id) const;
 
 private:
-    friend class ErrorStorage;
+    friend class ErrorOutput;
 
     /// Returns row `id`, or null if there is none. A row at its own index wins over an earlier row
     /// with the same id.
@@ -72,7 +74,7 @@ private:
         const bool isInside = m_idtable != nullptr && static_cast<unsigned int>(id) < m_count;
         return isInside && m_idtable[id].id == id ? &m_idtable[id] : search(id);
     }
-    ZEL_LOCAL const ErrorID* search(int id) const;
+    ZEL_COLD ZEL_LOCAL const ErrorID* search(int id) const;
     ZEL_LOCAL static void checkLayout();
 
     const ErrorID* m_idtable;

@@ -15,6 +15,7 @@
 #include "../../zelbase/processId-posix.h"
 #include "ErrnoKeeper.h"
 #include "ErrorStorageEntry.h"
+#include "ErrorStorageRecording.h"
 #include "ErrorText.h"
 #include "ReasonList.h"
 #include "ReportGuard.h"
@@ -46,23 +47,34 @@ using ReasonBuffer = char[ErrorObject::REASON_SIZE];
 // The format is a row of a table, which no compiler can hold against the values.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-/// Formats into a buffer beside the storage, as the values may lie in the slot that is reused.
-/// Returns the text, which is terminated. A formatting that fails leaves a part of it.
-string_view format(ReasonBuffer& buffer, const char* message, va_list values)
+/// As `vsnprintf`; leaves `values` as they are.
+inline int print(ReasonBuffer& buffer, const char* message, va_list values)
 {
-    const errorcore::ErrnoKeeper errnoKeeper;
-    va_list again;
-    va_copy(again, values);
-    const int length = vsnprintf(buffer, FORMAT_SIZE, message, values);
-    if (length < 0) { // once more, to see where the part ends
-        memset(buffer, 0, sizeof buffer);
-        vsnprintf(buffer, FORMAT_SIZE, message, again);
-    }
-    va_end(again);
-    if (length < 0) return buffer;
-    return string_view(buffer, min(static_cast<size_t>(length), FORMAT_SIZE - 1));
+    va_list copy;
+    va_copy(copy, values);
+    const int length = vsnprintf(buffer, FORMAT_SIZE, message, copy);
+    va_end(copy);
+    return length;
 }
 #pragma GCC diagnostic pop
+
+/// Leaves what a formatting that fails writes before it does. Returns the length of that.
+ZEL_COLD size_t formatPart(ReasonBuffer& buffer, const char* message, va_list values)
+{
+    memset(buffer, 0, sizeof buffer);
+    print(buffer, message, values); // once more, to see where the part ends
+    return strlen(buffer);
+}
+
+/// Formats into a buffer beside the storage, as the values may lie in the slot that is reused.
+/// Returns the length of the text, which is terminated.
+inline size_t format(ReasonBuffer& buffer, const char* message, va_list values)
+{
+    const errorcore::ErrnoKeeper errnoKeeper;
+    const int length = print(buffer, message, values);
+    if (length < 0) return formatPart(buffer, message, values);
+    return min(static_cast<size_t>(length), FORMAT_SIZE - 1);
+}
 
 void reportMissingStorage(const char* message)
 {
@@ -100,25 +112,17 @@ static_assert(sizeof(ErrorApi) == 1);
 
 void ErrorOutput::operator()(const ErrorType& type, int id, ...)
 {
-    if (ErrorStorage::recordPlain(*this, type, id)) return;
-
-    va_list values;
-    va_start(values, id);
-    raise(type, id, values);
-    va_end(values);
-}
-
-/// Apart, so that a plain error does not pay for it.
-__attribute__((noinline)) void ErrorOutput::raise(const ErrorType& type, int id,
-                                                  va_list values) const
-{
-    bool recorded = false;
-    for (int round = 0; round < ROUNDS && !recorded; ++round) {
-        va_list copy;
-        va_copy(copy, values);
-        recorded = attempt(type, id, copy);
-        va_end(copy);
+    const ErrorID* const row = type.find(id);
+    const bool hasMessage = row != nullptr && row->message != nullptr;
+    if (hasMessage && row->argCount != 0) {
+        va_list values;
+        va_start(values, id);
+        raiseFormatted(type, id, row->message, values);
+        va_end(values);
+        return;
     }
+    if (hasMessage && ErrorStorage::recordPlain(*this, type, id, row->message)) return;
+    raisePlain(type, id, row);
 }
 
 void ErrorOutput::operator()(const ErrorObject& error)
@@ -144,31 +148,39 @@ void ErrorOutput::operator()(const ErrorObject& error)
     errorcore::assertAt(MESSAGE_SITE, msg != nullptr, "msg");
 }
 
-/// One round of a raise. Returns false if the thread had no storage; it has been given one then, if
-/// there is memory for it.
-bool ErrorOutput::attempt(const ErrorType& type, int id, va_list values) const
-{
-    const bool formatted = type.getArgumentCount(id) != 0;
-    const char* message = type.getMessageString(id);
-    if (formatted && message != nullptr) return attemptFormatted(type, id, message, values);
-
-    if (message == nullptr) message = NO_MESSAGE;
-    bool noStorage = false;
-    ErrorStorage::record({m_raise, &type, id, m_file, m_line, message, {}}, noStorage);
-    if (noStorage) provideStorage(message);
-    return !noStorage;
-}
-
 /// Apart, for its buffer, which other raises do not need.
-__attribute__((noinline)) bool ErrorOutput::attemptFormatted(const ErrorType& type, int id,
-                                                             const char* message,
-                                                             va_list values) const
+__attribute__((noinline)) void ErrorOutput::raiseFormatted(const ErrorType& type, int id,
+                                                           const char* message,
+                                                           va_list values) const
 {
     ReasonBuffer buffer;
-    const string_view text = format(buffer, message, values);
+    bool recorded = false;
+    for (int round = 0; round < ROUNDS && !recorded; ++round) {
+        const size_t length = format(buffer, message, values);
+        recorded = ErrorStorage::recordText(*this, type, id, buffer, length) ||
+                   record(type, id, nullptr, {buffer, length});
+    }
+}
+
+/// For the raises that take more than a row with a text and a storage of the thread's own. `row` is
+/// null if there is none.
+void ErrorOutput::raisePlain(const ErrorType& type, int id, const ErrorID* row) const
+{
+    bool recorded = false;
+    for (int round = 0; round < ROUNDS && !recorded; ++round) {
+        if (row == nullptr) type.getArgumentCount(id); // complains of a type without a table, too
+        const char* const message = row != nullptr ? row->message : type.getMessageString(id);
+        recorded = record(type, id, message != nullptr ? message : NO_MESSAGE, {});
+    }
+}
+
+/// Records a reason of static lifetime or, without one, a terminated text to copy. Returns false if
+/// the thread had no storage; it has been given one then, if there is memory for it.
+bool ErrorOutput::record(const ErrorType& type, int id, const char* reason, string_view text) const
+{
     bool noStorage = false;
-    ErrorStorage::record({m_raise, &type, id, m_file, m_line, nullptr, text}, noStorage);
-    if (noStorage) provideStorage(buffer);
+    ErrorStorage::record({m_raise, &type, id, m_file, m_line, reason, text}, noStorage);
+    if (noStorage) provideStorage(reason != nullptr ? reason : text.data());
     return !noStorage;
 }
 

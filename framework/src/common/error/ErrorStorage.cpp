@@ -3,24 +3,24 @@
 #include <common/error/ErrorStorage.h>
 
 #include <atomic>
-#include <climits>
 #include <cstddef>
 #include <new>
 #include <string_view>
 
-#include <pthread.h>
-
-#include <common/error/Error.h>
-#include <threadsafe/TlsImpl-posix.h>
-
 #include "../../zelbase/constantInit.h"
 #include "../../zelbase/initPriority.h"
-#include "../../zelbase/processId-posix.h"
 #include "ErrnoKeeper.h"
-#include "ErrorStorageEntry.h"
 #include "ErrorStorageFallback.h"
+#include "ErrorStorageRecording.h"
 #include "ErrorText.h"
 #include "Site.h"
+
+namespace errorcore {
+
+std::atomic<bool> s_slotUsable{false};
+ThreadSlot s_slot __attribute__((init_priority(ZELCOMMON_INIT_PRIORITY)));
+
+} // namespace errorcore
 
 namespace std {
 
@@ -30,31 +30,14 @@ constexpr const char* FILE_NAME = "framework/src/common/error/ErrorStorage";
 constexpr errorcore::Site DESTRUCTOR_SITE{FILE_NAME, 165, "~ErrorStorage"};
 constexpr errorcore::Site OVERWRITE_SITE{FILE_NAME, 258, "add"};
 
-/// False before the slot is built and after it is gone, when an initialiser or an exit handler of
-/// another library may still record errors: no thread has a storage of its own then.
-std::atomic<bool> s_slotUsable{false};
-
-/// Binds the storages to their threads.
-struct ThreadSlot
-{
-    ThreadSlot() { s_slotUsable.store(true, memory_order_relaxed); }
-    ~ThreadSlot() { s_slotUsable.store(false, memory_order_relaxed); }
-    ThreadSlot(const ThreadSlot&) = delete;
-    ThreadSlot& operator=(const ThreadSlot&) = delete;
-
-    threadsafe::TlsImpl tls;
-};
-
-ThreadSlot s_slot __attribute__((init_priority(ZELCOMMON_INIT_PRIORITY)));
-
 /// Sets a flag for as long as a report runs, however it ends.
-class Reporting
+class DuringReport
 {
 public:
-    explicit Reporting(bool& flag) : m_flag(flag) { m_flag = true; }
-    ~Reporting() { m_flag = false; }
-    Reporting(const Reporting&) = delete;
-    Reporting& operator=(const Reporting&) = delete;
+    explicit DuringReport(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~DuringReport() { m_flag = false; }
+    DuringReport(const DuringReport&) = delete;
+    DuringReport& operator=(const DuringReport&) = delete;
 
 private:
     bool& m_flag;
@@ -72,7 +55,7 @@ ErrorStorage::ErrorStorage(Action action)
 ErrorStorage::~ErrorStorage()
 {
     // Once the slot is gone, no storage is active and the order means nothing.
-    if (!s_slotUsable.load(memory_order_relaxed)) return;
+    if (!errorcore::s_slotUsable.load(memory_order_relaxed)) return;
     errorcore::assertAt(DESTRUCTOR_SITE, active() == this, "tls.get()==this");
     if (active() == this || leaveChain()) activate(m_previous);
 }
@@ -146,18 +129,11 @@ bool ErrorStorage::isA(const ErrorType& type)
     return error->m_type != nullptr ? error->m_type->isA(type) : error->isA(type);
 }
 
-/// Returns the calling thread's active storage, or null.
-ErrorStorage* ErrorStorage::active()
-{
-    if (!s_slotUsable.load(memory_order_relaxed)) return nullptr;
-    return static_cast<ErrorStorage*>(s_slot.tls.get());
-}
-
 /// Makes `storage`, which may be null, the active one. Without memory for that the one before stays
 /// active, which is what a thread that cannot have a storage of its own is left with.
 void ErrorStorage::activate(ErrorStorage* storage)
 {
-    if (s_slotUsable.load(memory_order_relaxed)) s_slot.tls.set(storage);
+    if (errorcore::s_slotUsable.load(memory_order_relaxed)) errorcore::s_slot.tls.set(storage);
 }
 
 /// Returns the newest error of the active storage, or null.
@@ -165,55 +141,6 @@ ErrorObject* ErrorStorage::current()
 {
     const ErrorStorage* const storage = active();
     return storage != nullptr ? storage->m_current : nullptr;
-}
-
-/// An acknowledged error is never used as a cause.
-void ErrorStorage::startChain(bool raise)
-{
-    if (raise || (m_current != nullptr && m_acknowledged)) clear();
-}
-
-/// Moves the ring on to its next slot and cuts that slot's old error off the chain.
-ErrorObject& ErrorStorage::advance()
-{
-    static_assert(INT_MAX % CAPACITY == CAPACITY - 1, "the slot after INT_MAX is slot 0");
-    constexpr int STEPPED_BACK = INT_MAX - CAPACITY + 1;
-
-    const unsigned int index = static_cast<unsigned int>(m_count) % CAPACITY;
-    m_count = m_count < INT_MAX ? m_count + 1 : STEPPED_BACK;
-    if (m_count > CAPACITY) m_errors[(index + 1) % CAPACITY].m_cause = nullptr;
-    return m_errors[index];
-}
-
-/// Returns the slot for the next error, and warns if it still holds one of the chain.
-inline ErrorObject& ErrorStorage::takeSlot()
-{
-    ErrorObject& slot = advance();
-    return m_count <= CAPACITY || m_reporting ? slot : overwrite(slot);
-}
-
-/// Returns the slot for a new error, of a new chain if `raise`.
-inline ErrorObject& ErrorStorage::nextSlot(bool raise)
-{
-    if (raise && isPending()) react();
-    startChain(raise);
-    return takeSlot();
-}
-
-/// Makes `slot` the newest error.
-inline void ErrorStorage::fill(ErrorObject& slot, const ErrorType* type, int id, const char* file,
-                               int line, const char* reason)
-{
-    slot.m_type = type;
-    slot.m_id = id;
-    slot.m_file = file;
-    slot.m_line = line;
-    slot.m_cause = m_current;
-    slot.m_thread = pthread_self();
-    slot.m_process = zelbase::processId();
-    slot.m_reason = reason;
-    m_current = &slot;
-    m_acknowledged = false;
 }
 
 /// Records in the calling thread's storage, or in the fallback storage if there is none.
@@ -232,20 +159,6 @@ void ErrorStorage::createOnHeap()
     ErrorStorage* const storage = new (nothrow) ErrorStorage(action_dump_to_stdout);
     // What was never bound has nothing for the destructor to undo or to complain of.
     if (storage != active()) ::operator delete(storage);
-}
-
-/// Records an error whose reason is a row's text as it stands, if the calling thread has a storage
-/// of its own. Returns false, and records nothing, otherwise. What most errors take: it goes
-/// without an entry.
-bool ErrorStorage::recordPlain(const ErrorOutput& place, const ErrorType& type, int id)
-{
-    const ErrorID* const row = type.find(id);
-    if (row == nullptr || row->argCount != 0 || row->message == nullptr) return false;
-    ErrorStorage* const storage = active();
-    if (storage == nullptr || Fallback::is(storage)) return false;
-    ErrorObject& slot = storage->nextSlot(place.m_raise);
-    storage->fill(slot, &type, id, place.m_file, place.m_line, row->message);
-    return true;
 }
 
 char* ErrorStorage::store(const Entry& entry)
@@ -269,7 +182,7 @@ char* ErrorStorage::fill(ErrorObject& slot, const Entry& entry)
 void ErrorStorage::react()
 {
     if (m_action == nullptr || m_reporting) return;
-    const Reporting reporting(m_reporting);
+    const DuringReport reporting(m_reporting);
     handOver(m_current, m_count);
 }
 
@@ -292,11 +205,10 @@ ErrorObject& ErrorStorage::overwrite(ErrorObject& slot)
 
 void ErrorStorage::warnOverwritten(const ErrorObject& oldest)
 {
-    const Reporting reporting(m_reporting);
+    const DuringReport reporting(m_reporting);
     // The chain is half rewritten; acknowledged, it stays out of the warning's own report.
-    m_acknowledged = true;
+    const DuringReport acknowledged(m_acknowledged);
     announceOverwrite(oldest);
-    m_acknowledged = false;
 }
 
 void ErrorStorage::announceOverwrite(const ErrorObject& oldest)

@@ -9,6 +9,7 @@
 #include <pthread.h>
 
 #include "../../zelbase/initPriority.h"
+#include "ErrorStorageRecording.h"
 
 namespace std {
 
@@ -153,6 +154,8 @@ alignas(StdoutDumpErrorStorage) unsigned char ErrorStorage::Fallback::s_memory[s
 /// Returns the storage, created by the first call. Requires the lock.
 ErrorStorage::Fallback& ErrorStorage::Fallback::instance()
 {
+    static_assert(sizeof(Fallback) == sizeof s_memory, "the reserved memory is all that there is");
+    static_assert(alignof(Fallback) == alignof(StdoutDumpErrorStorage));
     static bool s_isCreated = false;
     if (!s_isCreated) new (&memory()) Fallback;
     s_isCreated = true;
