@@ -141,17 +141,18 @@ TEST(StringComparisonLong, LastCharacterStandsForTheRest)
 // The bytes of a view may be more than its characters; what is behind these does not count.
 TEST(StringComparisonLong, DifferenceBehindTheSize)
 {
-    for (unsigned int size = 1; size <= 40; ++size) {
-        const String text(std::string(100, 'x'));
-        const String other(std::string(size + 12, 'x') + std::string(60, 'y'));
-        const String left = text.substr(text.begin(), {&text, {size, text.byteLength()}});
-        const String right = other.substr(other.begin(), {&other, {size, other.byteLength()}});
-        ASSERT_EQ(size, left.size());
-        ASSERT_EQ(100u, left.byteLength());
-        EXPECT_TRUE(left == right) << size;
-        EXPECT_FALSE(left < right) << size;
-        EXPECT_FALSE(right < left) << size;
-    }
+    for (const char* const character : {"x", "\u00FC", "\u20AC", "\U0001F600"})
+        for (unsigned int size = 1; size <= 40; ++size) {
+            const String text = String(character) * 100;
+            const String other = String(character) * (size + 12) + String("y") * 60;
+            const String left = text.substr(text.begin(), {&text, {size, text.byteLength()}});
+            const String right = other.substr(other.begin(), {&other, {size, other.byteLength()}});
+            ASSERT_EQ(size, left.size());
+            ASSERT_EQ(text.byteLength(), left.byteLength());
+            EXPECT_TRUE(left == right) << size;
+            EXPECT_FALSE(left < right) << size;
+            EXPECT_FALSE(right < left) << size;
+        }
 }
 
 TEST(StringComparisonLong, SameBytesInOtherEncodings)
