@@ -112,6 +112,28 @@ TYPED_TEST(Utf8Structure, Prove_WellFormed_ComesNearTheEnd)
     }
 }
 
+TYPED_TEST(Utf8Structure, Prove_WellFormed_OfAnyLength_PassesAll)
+{
+    for (const char* const piece : {"a", "\xC3\xBC", "\xE6\x95\x8F", "\xF0\x9F\xA6\x8A"})
+        for (int count = 8; count <= 150; ++count) {
+            const std::string text = repeated(piece, count);
+            EXPECT_EQ(text.size(), this->prove(text).bytes);
+            EXPECT_EQ(static_cast<unsigned int>(count), this->prove(text).chars);
+            EXPECT_EQ(text.size() + 5, this->prove(text + "aaaaa").bytes);
+            EXPECT_EQ(text.size() + 5, this->prove("aaaaa" + text).bytes);
+        }
+}
+
+TYPED_TEST(Utf8Structure, Prove_OfALeadAtTheEnd_LeavesItOut)
+{
+    for (const char* const lead : {"\xC3", "\xE6", "\xE6\x95", "\xF0", "\xF0\x9F\xA6"})
+        for (int count = 0; count <= 150; ++count) {
+            const TextRun run = this->prove(repeated("a", count) + lead);
+            EXPECT_GE(static_cast<unsigned int>(count), run.bytes);
+            EXPECT_EQ(run.bytes, run.chars);
+        }
+}
+
 TYPED_TEST(Utf8Structure, Prove_EndsBeforeWhatFails)
 {
     for (const char* const bad : {"\x80", "\xC3z", "\xE6\x95z", "\xF8\x88\x80\x80\x80", "\xFF"}) {

@@ -8,6 +8,7 @@
 #include <common/unicode/String.h>
 
 #include "Cursor.h"
+#include "MemberScan.h"
 
 namespace textcore {
 
@@ -29,6 +30,7 @@ public:
             m_stops[byte] = byte >= ASCII_END || !m_wantsMember;
         for (Cursor at(AnyEncoding(set.codec()), set); m_isWhole && !at.atEnd(); ++at)
             add(*at);
+        m_scans = m_wantsMember && m_scan.isWhole();
     }
 
     /// Returns whether the whole set has found room here. If not, it has to be asked itself.
@@ -42,24 +44,64 @@ public:
         return !m_wantsMember;
     }
 
+    /// How far a search decodes before it scans: farther each time that scanning brought little.
+    struct Pace
+    {
+        unsigned int bytes = DECODED_BYTES;
+    };
+
     /// Moves over characters at which it does not stop, as far as these are well-formed.
     template <typename Encoding>
-    void pass(Cursor<Encoding>&) const
+    void pass(Cursor<Encoding>&, Pace&) const
     {}
-    void pass(Cursor<Utf8Encoding>& at) const
+    void pass(Cursor<Utf8Encoding>& at, Pace& pace) const
     {
+        if (MemberScan::IS_WORTH_IT && m_scans) {
+            scan(at, pace);
+            return;
+        }
         do
             at.passUntil(m_stops);
-        while (at.passWhole([this](unsigned int c) { return !stopsAt(c); }));
+        while (passWhole(at));
     }
 
 private:
     static constexpr unsigned int BYTES = 256;
     static constexpr unsigned int ASCII_END = 0x80;
     static constexpr unsigned int ROOM = 32;
+    static constexpr unsigned int PAYING_BYTES = 256;
+    static constexpr unsigned int SLOWEST_PACE = 2048;
+
+    /// As `pass`. Not in line: it is in the way of searches that do not scan.
+    __attribute__((noinline)) void scan(Cursor<Utf8Encoding>& at, Pace& pace) const
+    {
+        while (passDecoded(at, pace.bytes)) {
+            const Run run = m_scan.pass(at.ahead());
+            at.pass(run.bytes, run.chars);
+            const bool isLittle = run.bytes < PAYING_BYTES;
+            pace.bytes = isLittle ? std::min(2 * pace.bytes, SLOWEST_PACE) : DECODED_BYTES;
+        }
+    }
+
+    /// Moves over so many bytes, or a few more. Returns false where it stops.
+    bool passDecoded(Cursor<Utf8Encoding>& at, unsigned int bytes) const
+    {
+        const unsigned int begin = at.position().bytes;
+        do {
+            at.passUntil(m_stops, bytes);
+            if (at.position().bytes - begin >= bytes) return true;
+        } while (passWhole(at));
+        return false;
+    }
+
+    bool passWhole(Cursor<Utf8Encoding>& at) const
+    {
+        return at.passWhole([this](unsigned int c) { return !stopsAt(c); });
+    }
 
     void add(unsigned int c)
     {
+        m_scan.add(c);
         if (c < ASCII_END)
             m_stops[c] = m_wantsMember;
         else if (m_size < ROOM)
@@ -70,10 +112,12 @@ private:
 
     const bool m_wantsMember;
     bool m_isWhole;
+    bool m_scans;
     /// By the first byte in UTF-8: what is not ASCII has to be decoded.
     bool m_stops[BYTES];
     unsigned int m_others[ROOM];
     unsigned int m_size = 0;
+    MemberScan m_scan;
 };
 
 } // namespace textcore

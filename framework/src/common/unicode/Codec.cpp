@@ -62,9 +62,8 @@ SharedBuf Codec::to(const Codec& target, const unsigned char* data, unsigned int
 {
     const textcore::Extent extent = textcore::measure(*this, target, {data, size}, max_bytes);
     if (extent.bytes > UINT_MAX) return SharedBuf();
-    textcore::OwnedBlock block{SharedBuf(static_cast<unsigned int>(extent.bytes))};
-    if (block.payload() != nullptr)
-        textcore::convert(*this, target, {data, size}, extent, block.payload());
+    textcore::OwnedBlock block(static_cast<unsigned int>(extent.bytes));
+    if (!block.isNull()) textcore::convert(*this, target, {data, size}, extent, block.payload());
     return block.release();
 }
 

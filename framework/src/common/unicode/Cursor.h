@@ -7,7 +7,7 @@
 #define ZELCOMMON_SRC_COMMON_UNICODE_CURSOR_H
 
 #include <algorithm>
-#include <cstddef>
+#include <climits>
 
 #include <common/unicode/String.h>
 
@@ -47,13 +47,6 @@ public:
         return {m_data + passed, m_size - passed};
     }
 
-    /// Moves over that many characters, which must be there and take so many bytes.
-    void pass(std::ptrdiff_t bytes, unsigned int chars)
-    {
-        m_position.bytes += static_cast<unsigned int>(bytes);
-        m_position.chars += chars;
-    }
-
     /// Moves over a character of two to four bytes that has all of them, if `passes` holds of it.
     /// Returns whether it has moved.
     template <typename Passes>
@@ -69,12 +62,29 @@ public:
         return true;
     }
 
-    /// Moves over characters of one byte each, up to the next byte at which `stops` holds.
-    void passUntil(const bool (&stops)[256])
+    /// Returns what is ahead: as many bytes as there are characters, if there are more bytes.
+    /// Requires a position that is not behind the last byte.
+    Bytes ahead() const
+    {
+        return {m_data + m_position.bytes,
+                std::min(m_size - m_position.bytes, m_count - m_position.chars)};
+    }
+
+    /// Moves over characters that are there.
+    void pass(unsigned int bytes, unsigned int chars)
+    {
+        m_position.bytes += bytes;
+        m_position.chars += chars;
+    }
+
+    /// Moves over characters of one byte each, up to the next byte at which `stops` holds, and over
+    /// `limit` of them at most.
+    void passUntil(const bool (&stops)[256], unsigned int limit = UINT_MAX)
     {
         if (atEnd() || stops[m_data[m_position.bytes]]) return;
         const unsigned char* const from = m_data + m_position.bytes;
-        const unsigned int most = std::min(m_size - m_position.bytes, m_count - m_position.chars);
+        const unsigned int most =
+            std::min({m_size - m_position.bytes, m_count - m_position.chars, limit});
         unsigned int passed = 0;
         while (passed < most && !stops[from[passed]])
             ++passed;

@@ -38,6 +38,14 @@ inline std::uint32_t foldOf(const Vector& lanes)
 {
     return lanes[0] + lanes[1] + lanes[2] + lanes[3];
 }
+
+/// Returns lanes with all bits of each byte that is the same in both.
+inline Vector sameBytes(const Vector& lanes, const Vector& others)
+{
+    using Units = std::uint8_t __attribute__((vector_size(16)));
+    return reinterpret_cast<Vector>(reinterpret_cast<Units>(lanes) ==
+                                    reinterpret_cast<Units>(others));
+}
 #else
 using Widest = Word;
 #endif

@@ -2,6 +2,7 @@
 
 #include "OwnedBlock.h"
 
+#include <algorithm>
 #include <climits>
 
 #include <zel/attributes.h>
@@ -9,6 +10,8 @@
 namespace textcore {
 
 namespace {
+
+constexpr unsigned long long MOST = UINT_MAX;
 
 /// Kept: a text without memory dies where its block would have been, by a store to address 0. Both
 /// are volatile: a compiler that knows the address drops a plain store.
@@ -22,10 +25,10 @@ ZEL_COLD __attribute__((no_sanitize("undefined"))) void storeNowhere()
 
 OwnedBlock blockOf(unsigned long long payloadSize)
 {
-    std::SharedBuf block;
-    if (payloadSize <= UINT_MAX) block = std::SharedBuf(static_cast<unsigned int>(payloadSize));
-    if (block.data == nullptr) storeNowhere();
-    return OwnedBlock(std::move(block));
+    // The largest has no room either, with its header.
+    OwnedBlock block(static_cast<unsigned int>(std::min(payloadSize, MOST)));
+    if (block.isNull()) storeNowhere();
+    return block;
 }
 
 } // namespace textcore

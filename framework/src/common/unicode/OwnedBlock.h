@@ -16,10 +16,14 @@ class OwnedBlock
 {
 public:
     explicit OwnedBlock(std::SharedBuf&& block) : m_block(std::move(block)) {}
+    /// A fresh block.
+    explicit OwnedBlock(unsigned int payloadSize) : m_block(payloadSize) {}
     ~OwnedBlock() { m_block.unref(); }
+    OwnedBlock(OwnedBlock&&) = default;
     OwnedBlock(const OwnedBlock&) = delete;
     OwnedBlock& operator=(const OwnedBlock&) = delete;
 
+    bool isNull() const { return m_block.data == nullptr; }
     unsigned char* payload() const { return m_block.payload(); }
 
     /// Returns another holder of the block, whose payload starts `n` bytes later.

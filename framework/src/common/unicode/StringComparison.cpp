@@ -67,8 +67,8 @@ unsigned int passEqual(Cursor<Left>& left, Cursor<Right>& right, unsigned int st
                                              otherRest.data + otherRest.size, steps};
     textcore::PairedWalk<Compare, Left, Right>::walk(at);
     const unsigned int passed = steps - at.chars;
-    left.pass(at.from - rest.data, passed);
-    right.pass(at.to - otherRest.data, passed);
+    left.pass(static_cast<unsigned int>(at.from - rest.data), passed);
+    right.pass(static_cast<unsigned int>(at.to - otherRest.data), passed);
     return passed;
 }
 

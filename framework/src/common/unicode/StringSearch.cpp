@@ -59,7 +59,8 @@ public:
     {
         if (!m_hasFilter) return decodedFirst(from);
         return textcore::withUtf8OrAny(m_text.codec(), [&](const auto& encoding) {
-            const Cursor at = filtered(Cursor(encoding, m_text, from));
+            CharacterFilter::Pace pace;
+            const Cursor at = filtered(Cursor(encoding, m_text, from), pace);
             return at.atEnd() ? m_text.end().position : at.position();
         });
     }
@@ -70,11 +71,12 @@ public:
         if (!m_hasFilter) return decodedLast(limit);
         return textcore::withUtf8OrAny(m_text.codec(), [&](const auto& encoding) {
             Codec::Index result = m_text.end().position;
-            Cursor at = filtered(Cursor(encoding, m_text));
+            CharacterFilter::Pace pace;
+            Cursor at = filtered(Cursor(encoding, m_text), pace);
             while (!at.atEnd() && at.position().chars < limit) {
                 result = at.position();
                 ++at;
-                at = filtered(at);
+                at = filtered(at, pace);
             }
             return result;
         });
@@ -82,9 +84,10 @@ public:
 
 private:
     template <typename Encoding>
-    Cursor<Encoding> filtered(Cursor<Encoding> at) const
+    Cursor<Encoding> filtered(Cursor<Encoding> at, CharacterFilter::Pace& pace) const
     {
-        for (m_filter.pass(at); !at.atEnd() && !m_filter.stopsAt(*at); m_filter.pass(at))
+        for (m_filter.pass(at, pace); !at.atEnd() && !m_filter.stopsAt(*at);
+             m_filter.pass(at, pace))
             ++at;
         return at;
     }

@@ -43,11 +43,12 @@ public:
     /// character that fails, or to the end, is left open: it may be empty.
     Run prove()
     {
+        if (m_text.size < ASCII_PARTS * sizeof(Lanes)) passShortAscii();
         passBlocks<Lanes>();
-        passBlocks<Word>();
+        while (left() >= sizeof(Lanes) && pass<Lanes, 1>()) {}
         while (left() >= sizeof(Word) && pass<Word, 1>()) {}
-        giveBackPart();
-        return m_run;
+        if (!passTail()) giveBackPart();
+        return {m_run.bytes, m_run.chars};
     }
 
 private:
@@ -121,6 +122,14 @@ private:
         m_run.chars += passed;
     }
 
+    /// Passes what a text without whole blocks begins with.
+    void passShortAscii()
+    {
+        while (left() >= sizeof(Lanes) && isAscii(load<Lanes>(m_text.data + m_run.bytes)))
+            m_run.bytes += sizeof(Lanes);
+        m_run.chars = m_run.bytes;
+    }
+
     template <typename Part>
     static bool isAscii(const Part& bytes)
     {
@@ -139,6 +148,24 @@ private:
         if (!prove<Part, COUNT>(last, bytes, continuations)) return false;
         m_run.bytes += SIZE;
         m_run.chars += SIZE - continuations;
+        return true;
+    }
+
+    /// Passes the last bytes, fewer than a word, if they end a character.
+    bool passTail()
+    {
+        const unsigned int size = left();
+        if (size == 0 || size >= sizeof(Word) || m_run.bytes < sizeof(Word)) return false;
+        const unsigned char* const end = m_text.data + m_text.size;
+        // Zeros behind them, where nothing must be due.
+        const Word tail = load<Word>(end - sizeof tail) >> 8 * (sizeof tail - size);
+        unsigned char bytes[sizeof tail];
+        std::memcpy(bytes, &tail, sizeof tail);
+        unsigned int continuations = 0;
+        const Word last = load<Word>(end - size - sizeof last);
+        if (!prove<Word, 1>(last, bytes, continuations)) return false;
+        m_run.bytes += size;
+        m_run.chars += size - continuations;
         return true;
     }
 
