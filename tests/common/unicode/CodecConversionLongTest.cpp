@@ -160,6 +160,19 @@ TEST(CodecConversionLong, Limited_EveryLimit)
         }
 }
 
+// What has no room any more must not make way for what is shorter.
+TEST(CodecConversionLong, Limited_AnotherKindBehind)
+{
+    LongText random(14);
+    for (const slow::Encoding from : ENCODINGS)
+        for (const Filler filler : FILLERS) {
+            slow::Bytes data = random.run(from, filler, 40);
+            append(data, random.run(from, ASCII, 60));
+            for (unsigned int most = 0; most <= 200; ++most)
+                ASSERT_NO_FATAL_FAILURE(expectSame(from, slow::UTF8, data, most));
+        }
+}
+
 /// U+1D800 counts more bytes in UTF-16 than its replacement takes; what is a surrogate has bytes in
 /// UCS-4 and is left out.
 slow::Bytes replacedOne(slow::Encoding encoding)

@@ -83,7 +83,7 @@ private:
         const Part hasLowBits = bytes << 3 | fourthBit | thirdBit | bytes << 6;
         const Part failing = (leads.two & ~hasLowBits) | (leads.three & fourthBit & thirdBit);
         if constexpr (ACCEPT == Accept::PLAIN) return failing | leads.four;
-        return failing | (leads.four & (fourthBit | thirdBit));
+        return failing | (leads.four & fourthBit);
     }
 
     /// What is not accepted behind the lead of four bytes.
