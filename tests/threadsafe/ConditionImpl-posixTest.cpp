@@ -3,8 +3,6 @@
 // What the condition asks of the system, and what it makes of the answers. Real waiting is in
 // ConditionImpl-posixThreadsTest.cpp.
 
-#include <threadsafe/ConditionImpl-posix.h>
-
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -124,6 +122,13 @@ int interposed_pthread_cond_broadcast(pthread_cond_t* condition) noexcept
 }
 
 } // extern "C"
+
+// The calls that the header makes in line.
+#define pthread_cond_signal interposed_pthread_cond_signal
+#define pthread_cond_broadcast interposed_pthread_cond_broadcast
+#include <threadsafe/ConditionImpl-posix.h>
+#undef pthread_cond_signal
+#undef pthread_cond_broadcast
 
 namespace {
 

@@ -63,11 +63,22 @@ public:
     const char* wait_timeout(const zelbase::TimePoint& deadline);
 
     /// Wakes at least one thread of those that wait.
-    const char* signal_one();
+    const char* signal_one()
+    {
+        const int result = pthread_cond_signal(&m_condition);
+        return result == 0 ? nullptr : signalError(result);
+    }
+
     /// Wakes all threads that wait.
-    const char* signal_all();
+    const char* signal_all()
+    {
+        const int result = pthread_cond_broadcast(&m_condition);
+        return result == 0 ? nullptr : signalError(result);
+    }
 
 private:
+    ZEL_COLD static const char* signalError(int result);
+
     pthread_cond_t m_condition;
     MutexImpl* m_mutex;
 };

@@ -47,11 +47,6 @@ const char* waitError(int result)
     }
 }
 
-const char* signalError(int result)
-{
-    return result == EINVAL ? ConditionBase::ERROR_INCONSISTENCY : ConditionBase::ERROR;
-}
-
 /// The object begins with its POSIX mutex.
 pthread_mutex_t* posixMutex(MutexImpl* mutex)
 {
@@ -95,16 +90,9 @@ const char* ConditionImpl::wait_timeout(const zelbase::TimePoint& deadline)
     return result == ETIMEDOUT ? TIMEOUT : waitError(result);
 }
 
-const char* ConditionImpl::signal_one()
+const char* ConditionImpl::signalError(int result)
 {
-    const int result = pthread_cond_signal(&m_condition);
-    return result == 0 ? nullptr : signalError(result);
-}
-
-const char* ConditionImpl::signal_all()
-{
-    const int result = pthread_cond_broadcast(&m_condition);
-    return result == 0 ? nullptr : signalError(result);
+    return result == EINVAL ? ERROR_INCONSISTENCY : ERROR;
 }
 
 } // namespace threadsafe
