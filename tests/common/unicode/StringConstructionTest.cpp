@@ -317,4 +317,27 @@ TEST(StringConstruction, FromUtf8_BytesAsTheyAre)
     expectFresh(String::fromUtf8({}), UTF8, 0, "");
 }
 
+// Blocks of ASCII are counted while they are copied.
+TEST(StringConstruction, LongAscii_OfEveryLength)
+{
+    std::string text;
+    for (unsigned int size = 0; size <= 600; ++size) {
+        const String copy(text);
+        ASSERT_EQ(size, copy.size());
+        ASSERT_EQ(text, std::string(reinterpret_cast<const char*>(copy.data()), copy.byteLength()));
+        text += static_cast<char>('a' + size % 26);
+    }
+}
+
+TEST(StringConstruction, LongAscii_AnotherCharacterAnywhere)
+{
+    for (unsigned int place = 0; place <= 600; ++place) {
+        std::string text(600, 'a');
+        text.insert(place, "\xE2\x82\xAC");
+        const String copy(text);
+        ASSERT_EQ(601u, copy.size());
+        ASSERT_EQ(text, std::string(reinterpret_cast<const char*>(copy.data()), copy.byteLength()));
+    }
+}
+
 } // namespace

@@ -13,6 +13,9 @@ namespace textcore {
 /// is no character.
 unsigned int countCharacters(const std::unicode::Codec& codec, const Bytes& text);
 
+/// Copies UTF-8 to `to[0..text.size)`. Returns its number of characters.
+unsigned int copyCounted(const Bytes& text, unsigned char* to);
+
 } // namespace textcore
 
 #endif // ZELCOMMON_SRC_COMMON_UNICODE_COUNTING_H

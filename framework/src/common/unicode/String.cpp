@@ -94,9 +94,9 @@ String::String(const Codec& codec) : String(codec, blockOf(0).release(), 0) {}
 
 String::String(unsigned int c) : String(UCS4, copied(&c, sizeof c), 1) {}
 
-String::String(const char* text) : String(UTF8, copied(text, std::strlen(text))) {}
+String::String(const char* text) : String(fromUtf8(text)) {}
 
-String::String(const std::string& text) : String(UTF8, copied(text.data(), text.size())) {}
+String::String(const std::string& text) : String(fromUtf8(text)) {}
 
 String::String(const wchar_t* text) : String(UCS4, copied(text, bytesOfWide(std::wcslen(text)))) {}
 
@@ -137,7 +137,11 @@ String::String(const Codec& codec, const String& text)
 
 String String::fromUtf8(std::string_view text)
 {
-    return String(UTF8, copied(text.data(), text.size()));
+    String result(UTF8, blockOf(text.size()).release(), 0);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+    const Bytes all{bytes, static_cast<unsigned int>(text.size())};
+    result.m_count = textcore::copyCounted(all, result.m_buffer.payload());
+    return result;
 }
 
 unsigned int String::count() const
