@@ -11,6 +11,7 @@
 #include <pthread.h>
 
 #include "support/ChildProcess.h"
+#include "support/FirstInitialiser.h"
 #include "support/ProcessEnd.h"
 
 namespace {
@@ -38,19 +39,10 @@ bool valuesAndStoragesKeepApart()
     return areApart;
 }
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define WITHOUT_FIRST_INITIALISERS
-#endif
-#endif
-
-#ifndef WITHOUT_FIRST_INITIALISERS
+#ifdef SUPPORT_FIRST_INITIALISER
 int s_keptApart = -1;
 
-/// Ahead of the initialisers of all libraries.
-__attribute__((section(".preinit_array"), used)) void (*const s_firstInitialiser)() = [] {
-    s_keptApart = valuesAndStoragesKeepApart() ? 1 : 0;
-};
+SUPPORT_FIRST_INITIALISER = [] { s_keptApart = valuesAndStoragesKeepApart() ? 1 : 0; };
 
 TEST(ErrorStorageExit, AheadOfAllInitialisers_KeysOfOthersAreLeftAlone)
 {

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "support/ChildProcess.h"
+#include "support/FirstInitialiser.h"
 #include "support/ProcessEnd.h"
 
 namespace {
@@ -55,19 +56,10 @@ struct EarlyWork
 /// Built ahead of all other static objects of this program.
 __attribute__((init_priority(101))) const EarlyWork s_earlyWork;
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define WITHOUT_FIRST_INITIALISERS
-#endif
-#endif
-
-#ifndef WITHOUT_FIRST_INITIALISERS
+#ifdef SUPPORT_FIRST_INITIALISER
 int s_firstWork = -1;
 
-/// Ahead of the initialisers of all libraries.
-__attribute__((section(".preinit_array"), used)) void (*const s_firstInitialiser)() = [] {
-    s_firstWork = work() ? 1 : 0;
-};
+SUPPORT_FIRST_INITIALISER = [] { s_firstWork = work() ? 1 : 0; };
 
 TEST(CodecObjects, AheadOfTheInitialisersOfAllLibraries_Work)
 {
