@@ -182,4 +182,27 @@ TEST(StringComparisonLong, MoreCharactersThanTheirSize)
     }
 }
 
+// An odd byte is no character: what is before it stands for the rest, also at the end of a run.
+TEST(StringComparisonLong, PartOfAUnitBehindARun)
+{
+    struct Case
+    {
+        slow::Encoding encoding;
+        unsigned int part;
+    };
+    for (const Case& c : {Case{slow::UTF16LE, 1}, Case{slow::UCS4, 1}, Case{slow::UCS4, 3}})
+        for (unsigned int size = 1; size <= 60; ++size) {
+            slow::Bytes data = slow::convert(slow::UTF8, c.encoding, {'a', 'b'});
+            append(data, slow::convert(slow::UTF8, c.encoding, slow::Bytes(size, 'c')));
+            data.insert(data.end(), c.part, 0);
+            const String text = support::stringOf(c.encoding, data);
+            // Two characters more than there are.
+            const String longer = text.substr(text.begin(), {&text, {size + 4, text.byteLength()}});
+            const String other("ab" + std::string(size + 2, 'c'));
+            EXPECT_TRUE(longer == other) << size;
+            EXPECT_TRUE(other == longer) << size;
+            EXPECT_FALSE(longer < other) << size;
+        }
+}
+
 } // namespace

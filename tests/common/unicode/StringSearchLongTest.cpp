@@ -265,4 +265,23 @@ TEST(StringSearchLong, EveryHit)
     }
 }
 
+// The parts that are searched at once grow; what is sought may be in two of them.
+TEST(StringSearchLong, NeedleWherePartsMeet)
+{
+    for (const char* const filler : {"x", "\u00FC", "\u20AC", "\U0001F600"}) {
+        const unsigned int bytes = String(filler).byteLength();
+        for (const unsigned int size : {1u, 2u, 30u, 300u}) {
+            const String needle = String("y") * (size - 1) + String("z");
+            for (unsigned int edge : {256u, 1276u, 1280u, 5372u, 5376u})
+                for (unsigned int place = edge / bytes - 6; place < edge / bytes + 6; ++place) {
+                    const String text = String(filler) * place + needle + String(filler) * 300;
+                    const String::Iterator hit = text.find(needle);
+                    ASSERT_EQ(place, hit.position.chars) << filler << size;
+                    ASSERT_EQ(place * bytes, hit.position.bytes) << filler << size;
+                    ASSERT_TRUE(text.find(needle + String("z")).atEnd()) << filler << size;
+                }
+        }
+    }
+}
+
 } // namespace

@@ -99,7 +99,9 @@ Extent measureWith(const Source& source, const Target& target, const Bytes& text
     const std::uint64_t limit = maxBytes == UINT_MAX ? UINT64_MAX : maxBytes;
     Codec::Index at;
     std::uint64_t total = 0;
-    unsigned int most = UINT_MAX; // what is measured at once, less and less where the limit is near
+    // What is measured at once: no more than has room within the limit, and less and less near it.
+    constexpr unsigned int LONGEST = 4; // of the characters that are known without decoding them
+    unsigned int most = std::min(maxBytes, UINT_MAX / LONGEST) * LONGEST;
     const auto rest = [&] {
         return Bytes{text.data + at.bytes, std::min(text.size - at.bytes, most)};
     };

@@ -26,6 +26,9 @@ public:
           m_count(text.size()), m_position(position)
     {}
 
+    /// Takes character number `chars` for the end, if the text has that many.
+    void endBefore(unsigned int chars) { m_count = std::min(m_count, chars); }
+
     const Codec::Index& position() const { return m_position; }
 
     bool atEnd() const { return m_position.chars == m_count || m_position.bytes >= m_size; }

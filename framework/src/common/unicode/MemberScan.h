@@ -12,18 +12,19 @@
 
 namespace textcore {
 
-/// The last two bytes of up to four characters, the only one of those in ASCII.
+/// Characters that a scan looks for at most.
+constexpr unsigned int SCANNED_MEMBERS = 4;
+
+/// The last two bytes of up to as many characters, the only one of those in ASCII.
 ///
 /// In the lanes here, all bits of a byte say the same.
 template <typename Lanes, bool IS_ASCII>
 class MemberEnds
 {
 public:
-    static constexpr unsigned int ROOM = 4;
-
-    MemberEnds(const unsigned int (&members)[ROOM], unsigned int size)
+    MemberEnds(const unsigned int (&members)[SCANNED_MEMBERS], unsigned int size)
     {
-        for (unsigned int i = 0; i < ROOM; ++i)
+        for (unsigned int i = 0; i < SCANNED_MEMBERS; ++i)
             store(i, members[std::min(i, size - 1)]);
     }
 
@@ -79,9 +80,9 @@ private:
 
     static Lanes all(unsigned int byte) { return Lanes{} | each<Lanes>(byte); }
 
-    Lanes m_last[ROOM];
-    Lanes m_before[ROOM];
-    Lanes m_mask[ROOM];
+    Lanes m_last[SCANNED_MEMBERS];
+    Lanes m_before[SCANNED_MEMBERS];
+    Lanes m_mask[SCANNED_MEMBERS];
 };
 
 /// A set of a few characters that passes text without them.
@@ -95,14 +96,14 @@ public:
     void add(unsigned int c)
     {
         // Other bytes stand for the replacement, too.
-        const bool isTooMuch = m_size >= ROOM || c == REPLACEMENT;
+        const bool isTooMuch = m_size >= SCANNED_MEMBERS || c == REPLACEMENT;
         if (!isTooMuch) m_members[m_size] = c;
         if (c >= 0x80) m_isAscii = false;
-        m_size = isTooMuch ? ROOM + 1 : m_size + 1;
+        m_size = isTooMuch ? SCANNED_MEMBERS + 1 : m_size + 1;
     }
 
     /// Returns whether all have found room, one at least.
-    bool isWhole() const { return m_size >= 1 && m_size <= ROOM; }
+    bool isWhole() const { return m_size >= 1 && m_size <= SCANNED_MEMBERS; }
 
     /// Returns characters from the beginning of `text` on that are not in the set; it may be empty.
     /// Requires that the set is whole, and a byte before `text` that can be read.
@@ -114,7 +115,6 @@ public:
     }
 
 private:
-    static constexpr unsigned int ROOM = 4;
     /// Bytes that are looked at before their structure is proved: as many as have passed, so that
     /// what fails does not cost more than these.
     static constexpr unsigned int FIRST_BYTES = 128;
@@ -135,7 +135,7 @@ private:
         }
     }
 
-    unsigned int m_members[ROOM];
+    unsigned int m_members[SCANNED_MEMBERS];
     unsigned int m_size = 0;
     bool m_isAscii = true;
 };

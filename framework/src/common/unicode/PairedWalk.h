@@ -61,13 +61,14 @@ private:
     using To = typename Target::Unit;
 
     /// Returns whether there is more on both sides than one step takes: a large block of ASCII, or a
-    /// smaller one and a character behind it.
+    /// smaller one and a character behind it. What is left can be decoded: a unit, not a part of
+    /// it.
     static bool hasRoom(const At& at)
     {
         static_assert(LARGE_BLOCK >= ASCII_BLOCK + 4, "a character has no more than four units");
-        return at.fromEnd - at.from > std::ptrdiff_t(LARGE_BLOCK * sizeof(From)) &&
-               at.toEnd - at.to > std::ptrdiff_t(LARGE_BLOCK * sizeof(To)) &&
-               at.chars > LARGE_BLOCK;
+        constexpr unsigned int UNITS = LARGE_BLOCK + 1;
+        return at.fromEnd - at.from >= std::ptrdiff_t(UNITS * sizeof(From)) &&
+               at.toEnd - at.to >= std::ptrdiff_t(UNITS * sizeof(To)) && at.chars >= UNITS;
     }
 
     static void passAscii(At& at, unsigned int count)
@@ -95,8 +96,10 @@ private:
         constexpr std::ptrdiff_t TOUCHED = 4; // at once
         const std::ptrdiff_t taken = (at.fromEnd - at.from - TOUCHED) / bytesOf<LENGTH, Source>();
         const std::ptrdiff_t given = (at.toEnd - at.to - TOUCHED) / bytesOf<LENGTH, Target>();
-        const std::ptrdiff_t left = at.chars - 1;
-        return static_cast<unsigned int>(std::min({taken, given, left}));
+        // A text may count more characters than it has bytes, and than a difference holds.
+        const std::size_t left = at.chars - 1;
+        return static_cast<unsigned int>(
+            std::min({static_cast<std::size_t>(taken), static_cast<std::size_t>(given), left}));
     }
 
     /// Walks over at most so many plain characters of that length. Returns whether there was one.

@@ -2,6 +2,8 @@
 
 #include <common/unicode/String.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "Needle.h"
@@ -43,8 +45,11 @@ class Glue
 public:
     explicit Glue(const String& text) : m_text(text), m_extent(textcore::extentIn(UTF8, text)) {}
 
-    /// Bytes in UTF-8; more than 32 bits hold have no room anywhere.
-    unsigned long long size() const { return m_extent.bytes; }
+    /// Bytes in UTF-8; the largest stands for more, too, which have no room anywhere.
+    unsigned long long size() const
+    {
+        return std::min<unsigned long long>(m_extent.bytes, UINT_MAX);
+    }
 
     unsigned char* put(unsigned char* to)
     {

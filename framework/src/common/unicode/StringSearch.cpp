@@ -72,11 +72,11 @@ public:
         return textcore::withUtf8OrAny(m_text.codec(), [&](const auto& encoding) {
             Codec::Index result = m_text.end().position;
             CharacterFilter::Pace pace;
-            Cursor at = filtered(Cursor(encoding, m_text), pace);
-            while (!at.atEnd() && at.position().chars < limit) {
+            Cursor at(encoding, m_text);
+            at.endBefore(limit);
+            for (at = filtered(at, pace); !at.atEnd(); at = filtered(at, pace)) {
                 result = at.position();
                 ++at;
-                at = filtered(at, pace);
             }
             return result;
         });

@@ -3,6 +3,7 @@
 #include "Utf8Search.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "Encoders.h"
@@ -14,9 +15,10 @@ namespace {
 
 constexpr long long NOT_CANONICAL = -1;
 
-/// Bytes that a search begins with: where these do not count already, it must not have gone on to a
-/// hit far behind, each time anew.
+/// Bytes that a search begins with, and how many times as many it goes on with where these count:
+/// where they do not, it must not have gone on to a hit far behind, each time anew.
 constexpr unsigned int FIRST_BYTES = 256;
+constexpr unsigned int GROWTH = 4;
 
 /// Moves over one character. Returns whether encoding it gives the same bytes.
 bool passCanonical(const Bytes& text, Codec::Index& at)
@@ -52,14 +54,14 @@ Run plainRun(const Bytes& text)
     return {run.bytes + more.bytes, run.chars + more.chars};
 }
 
-/// Returns whether that holds for the first bytes of a text, of which a character may be cut.
-bool beginsCanonical(Bytes first)
+/// Returns `text` without its last character, which may be cut.
+Bytes withoutLast(Bytes text)
 {
     constexpr unsigned int LONGEST_TAIL = 5;
     for (unsigned int i = 0; i < LONGEST_TAIL; ++i)
-        if (Utf8Decoder::isContinuation(first.data[first.size - 1])) --first.size;
-    --first.size; // the lead
-    return canonicalCount(first) != NOT_CANONICAL;
+        if (Utf8Decoder::isContinuation(text.data[text.size - 1])) --text.size;
+    --text.size; // the lead
+    return text;
 }
 
 } // namespace
@@ -73,18 +75,23 @@ long long canonicalCount(const Bytes& text)
 
 ByteSearch findBytes(const Bytes& text, const Codec::Index& start, const Bytes& needle)
 {
-    const Bytes rest{text.data + start.bytes, text.size - start.bytes};
-    const Bytes first{rest.data, std::min(rest.size, FIRST_BYTES)};
-    const unsigned char* hit = firstBytes(first, needle);
-    if (hit == nullptr && first.size < rest.size) {
-        if (!beginsCanonical(first)) return {false, false, start};
-        hit = firstBytes(rest, needle);
+    Codec::Index at = start;
+    for (unsigned int most = FIRST_BYTES;; most = std::min(most, UINT_MAX / GROWTH) * GROWTH) {
+        // All places among the first `most`, and what the needle has behind the last one.
+        Bytes part = behind(text, at.bytes);
+        const bool isRest = part.size <= most || part.size - most <= needle.size;
+        if (!isRest) part.size = most + needle.size;
+        const unsigned char* const hit = firstBytes(part, needle);
+        if (hit != nullptr)
+            part.size = static_cast<unsigned int>(hit - part.data);
+        else if (!isRest)
+            part = withoutLast({part.data, most});
+        const long long chars = canonicalCount(part);
+        if (chars == NOT_CANONICAL) return {false, false, start};
+        at.bytes += part.size;
+        at.chars += static_cast<unsigned int>(chars);
+        if (hit != nullptr || isRest) return {true, hit != nullptr, at};
     }
-    const bool isHit = hit != nullptr;
-    const unsigned int before = isHit ? static_cast<unsigned int>(hit - rest.data) : rest.size;
-    const long long chars = canonicalCount({rest.data, before});
-    if (chars == NOT_CANONICAL) return {false, false, start};
-    return {true, isHit, {start.chars + static_cast<unsigned int>(chars), start.bytes + before}};
 }
 
 } // namespace textcore
