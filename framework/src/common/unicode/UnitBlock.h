@@ -28,7 +28,7 @@ public:
         constexpr unsigned int UNITS = SIZE / sizeof(Unit);
         block = {UNITS, UNITS};
         if (isAscii(from) || measureAny(from, block)) return true;
-        block = {UNITS / 2, 2 * UNITS};
+        block = {UNITS / 2, 2ULL * UNITS};
         return sizeof(Unit) == 2 && isOfPairs(from);
     }
 
