@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Replaces the allocator of the test program: counts what the calling thread asks of it, and fails
-// all of that on request. Not for programs under a sanitizer, which brings an allocator of its own.
+// all of that on request. Whoever attempts again and again meanwhile ends by SIGABRT. Not for
+// programs under a sanitizer, which brings an allocator of its own.
 //
 //     support::FailingMalloc exhausted;
 //     raise();
@@ -24,6 +25,9 @@ struct AllocatorCalls
 /// Returns the calls of the calling thread.
 AllocatorCalls allocatorCalls();
 
+/// Returns how many blocks the process holds, of all threads.
+int heldBlocks();
+
 /// While it exists, attempts of the calling thread to allocate fail. Not to be nested.
 class FailingMalloc
 {
@@ -41,6 +45,19 @@ public:
 
 private:
     int m_callsBefore;
+};
+
+/// While it exists, attempts of all other threads to allocate fail, as above. Not to be nested.
+class FailingMallocElsewhere
+{
+public:
+    FailingMallocElsewhere(int passing, int count);
+    ~FailingMallocElsewhere();
+    FailingMallocElsewhere(const FailingMallocElsewhere&) = delete;
+    FailingMallocElsewhere& operator=(const FailingMallocElsewhere&) = delete;
+
+    /// Returns how often the other threads have attempted to allocate since the construction.
+    int calls() const;
 };
 
 /// Runs `body` while every allocation of the thread fails. Returns how many it attempted.

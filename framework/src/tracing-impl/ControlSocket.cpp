@@ -100,17 +100,25 @@ ControlSocket::~ControlSocket()
         return;
     }
     if (m_thread != nullptr) {
-        const char byte = 0;
-        while (write(m_wakeUp[1], &byte, 1) == -1 && errno == EINTR) {}
+        wakeUp();
         m_thread->join();
     }
-    while (!m_connections.empty())
-        hangUp(m_connections.size() - 1);
     struct stat status;
     const bool isThere = m_inode != 0 && lstat(m_path.c_str(), &status) == 0;
     if (isThere && status.st_dev == m_device && status.st_ino == m_inode) unlink(m_path.c_str());
     for (const int fd : {m_listening, m_wakeUp[0], m_wakeUp[1]})
         closeOwn(fd);
+}
+
+/// Ends the thread's wait. Where no byte can be sent, the end of the pipe does that.
+void ControlSocket::wakeUp()
+{
+    const char byte = 0;
+    ssize_t count = -1;
+    do
+        count = write(m_wakeUp[1], &byte, 1);
+    while (count == -1 && errno == EINTR);
+    if (count != 1) closeOwn(std::exchange(m_wakeUp[1], NOBODY));
 }
 
 bool ControlSocket::open(const std::string& path, std::string& reason)
@@ -138,7 +146,12 @@ bool ControlSocket::bindTo(const std::string& path)
     m_path = path; // may throw, so before there is a file
     if (bind(m_listening, generic(address), sizeof address) != 0) return false;
     struct stat status;
-    if (lstat(address.sun_path, &status) != 0) return false;
+    if (lstat(address.sun_path, &status) != 0) {
+        const int error = errno;
+        unlink(address.sun_path); // nobody could tell later whose it is
+        errno = error;
+        return false;
+    }
     m_device = status.st_dev;
     m_inode = status.st_ino;
     return listen(m_listening, MAX_CONNECTIONS) == 0;
@@ -175,12 +188,14 @@ void ControlSocket::serve()
     const OwnThread mark;
     for (;;) {
         try {
-            if (!serveOnce()) return;
+            if (!serveOnce()) break;
         } catch (const std::exception&) { // no memory, or a callback's
-            while (!m_connections.empty())
-                hangUp(m_connections.size() - 1);
+            hangUpAll();
         }
     }
+    // Here, or tools would wait for a thread that cannot wait for them.
+    closeOwn(std::exchange(m_listening, NOBODY));
+    hangUpAll();
 }
 
 /// Waits for work and does it. Returns false for the end.
@@ -294,6 +309,12 @@ bool ControlSocket::answer(Connection& connection, const std::string& request)
     connection.isWatching = true;
     m_watchers->add(connection.fd, ANSWER_OK); // nothing comes in between
     return true;
+}
+
+void ControlSocket::hangUpAll()
+{
+    while (!m_connections.empty())
+        hangUp(m_connections.size() - 1);
 }
 
 void ControlSocket::hangUp(std::size_t place)

@@ -70,6 +70,8 @@ private:
     bool endOf(const Connection& connection) const;
     bool answer(Connection& connection, const std::string& request);
     void hangUp(std::size_t place);
+    void hangUpAll();
+    void wakeUp();
 
     RemoteTarget& m_target;
     const std::shared_ptr<Watchers> m_watchers;

@@ -153,7 +153,7 @@ void Helper::takeIn(Client& client)
 void Helper::deinit()
 {
     if (isOwnThread()) {
-        complain("deinit from a callback is ignored");
+        writeToStderr("tracing: deinit from a callback is ignored\n"); // also without memory
         return;
     }
     const errorcore::ReportGuard guard;

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Each call of the system that the control socket makes, failing: when it is opened, while it
+// serves, and at its end. A tool is answered or hung up on, and the next one is served.
+
+#include "support/FailingCall.h"
+
+#include <cerrno>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <tracing-impl/ControlSocket.h>
+#include <tracing-impl/Watchers.h>
+#include <unistd.h>
+
+#include "support/ControlTool.h"
+#include "support/TemporaryFolder.h"
+
+namespace {
+
+using support::ControlTool;
+using support::EACH_CALL;
+using support::FailingCall;
+using support::FailingCallElsewhere;
+using tracing::impl::ControlSocket;
+using tracing::impl::Watchers;
+
+constexpr const char* SET = "set net_tcp off\n";
+constexpr unsigned int PATIENCE = 60; // seconds
+
+/// Returns how many descriptors the process has.
+int descriptors()
+{
+    int count = 0;
+    for (int fd = 0; fd < 64; ++fd)
+        count += fcntl(fd, F_GETFD) != -1 ? 1 : 0;
+    return count;
+}
+
+class ControlSystemCall : public testing::Test
+{
+protected:
+    ControlSystemCall() { alarm(PATIENCE); }
+    ~ControlSystemCall() override { alarm(0); }
+
+    std::string openFailing(const char* call, int code)
+    {
+        std::string reason = "served";
+        const int before = descriptors();
+        {
+            ControlSocket control(m_target, m_watchers);
+            const FailingCall failing(call, code);
+            EXPECT_FALSE(control.open(m_path, reason)) << call;
+            EXPECT_EQ(1, failing.calls()) << call;
+        }
+        EXPECT_EQ(before, descriptors()) << call;
+        EXPECT_NE(0, access(m_path.c_str(), F_OK)) << call;
+        EXPECT_EQ("ok\n", askAnew()) << call;
+        return reason;
+    }
+    /// Asks a socket that is opened for that.
+    std::string askAnew()
+    {
+        ControlSocket control(m_target, m_watchers);
+        std::string reason;
+        if (!control.open(m_path, reason)) return reason;
+        return ControlTool(m_path).ask(SET);
+    }
+    /// Asks while `count` of those calls of the socket's thread fail. Returns the answer, which may
+    /// be the end. The next tool is served.
+    std::string askFailing(const char* call, int code, int count = 1)
+    {
+        ControlSocket control(m_target, m_watchers);
+        std::string reason;
+        EXPECT_TRUE(control.open(m_path, reason)) << reason;
+        std::string answer;
+        {
+            const FailingCallElsewhere failing(call, code, count);
+            ControlTool tool(m_path);
+            tool.send(SET);
+            answer = tool.lines(1);
+            EXPECT_LE(count, failing.calls()) << call;
+        }
+        EXPECT_EQ("ok\n", ControlTool(m_path).ask(SET)) << call << ' ' << code;
+        return answer;
+    }
+
+    const support::TemporaryFolder m_folder;
+    const std::string m_path = m_folder.pathOf("sock");
+    support::RecordingTarget m_target;
+    const std::shared_ptr<Watchers> m_watchers = std::make_shared<Watchers>();
+};
+
+TEST_F(ControlSystemCall, Open_Fails)
+{
+    EXPECT_EQ("Too many open files", openFailing("socket", EMFILE));
+    EXPECT_EQ("Cannot allocate memory", openFailing("socket", ENOMEM));
+    EXPECT_EQ("Operation not permitted", openFailing("fchmod", EPERM));
+    EXPECT_EQ("Permission denied", openFailing("bind", EACCES));
+    EXPECT_EQ("Read-only file system", openFailing("bind", EROFS));
+    EXPECT_EQ("Address already in use", openFailing("listen", EADDRINUSE));
+    EXPECT_EQ("Too many open files", openFailing("pipe2", EMFILE));
+    EXPECT_EQ("Invalid cross-device link", openFailing("pipe2", EXDEV));
+}
+
+/// As `openFailing`, for what asks of the path before it is bound, and after.
+TEST_F(ControlSystemCall, Open_PathCannotBeLookedAt_LeavesNoFile)
+{
+    std::string reason;
+    {
+        ControlSocket control(m_target, m_watchers);
+        const FailingCall failing("lstat", EACCES, EACH_CALL);
+        EXPECT_FALSE(control.open(m_path, reason));
+        EXPECT_EQ(2, failing.calls());
+    }
+    EXPECT_EQ("Permission denied", reason);
+    EXPECT_NE(0, access(m_path.c_str(), F_OK));
+}
+
+/// Leaves a socket that nobody serves.
+void abandon(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    EXPECT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    close(fd);
+}
+
+TEST_F(ControlSystemCall, Open_Abandoned_CannotBeTriedOrRemoved_IsRefusedAndStays)
+{
+    abandon(m_path);
+    for (const char* const call : {"connect", "unlink"}) {
+        ControlSocket control(m_target, m_watchers);
+        std::string reason;
+        const FailingCall failing(call, EACCES);
+        EXPECT_FALSE(control.open(m_path, reason)) << call;
+        EXPECT_EQ("Address already in use", reason);
+        EXPECT_EQ(1, failing.calls());
+    }
+    EXPECT_EQ(0, access(m_path.c_str(), F_OK));
+    EXPECT_EQ("ok\n", askAnew());
+}
+
+TEST_F(ControlSystemCall, Accept_Fails_IsTriedAgain)
+{
+    EXPECT_EQ("ok\n", askFailing("accept4", EINTR, 3));
+    EXPECT_EQ("ok\n", askFailing("accept4", EAGAIN));
+    EXPECT_EQ("ok\n", askFailing("accept4", ECONNABORTED, 3));
+    EXPECT_EQ("ok\n", askFailing("accept4", EPERM, 3));
+    EXPECT_EQ("ok\n", askFailing("accept4", EPROTO, 3));
+}
+
+TEST_F(ControlSystemCall, Accept_Crowded_IsTriedAgainAfterAPause)
+{
+    EXPECT_EQ("ok\n", askFailing("accept4", EMFILE));
+    EXPECT_EQ("ok\n", askFailing("accept4", ENFILE));
+    EXPECT_EQ("ok\n", askFailing("accept4", ENOMEM));
+    EXPECT_EQ("ok\n", askFailing("accept4", ENOBUFS));
+}
+
+TEST_F(ControlSystemCall, PeerIsUnknown_IsHungUpOn)
+{
+    EXPECT_EQ("(end)", askFailing("getsockopt", ENOMEM));
+    EXPECT_EQ("(end)", askFailing("getsockopt", EXDEV));
+    EXPECT_EQ("set net_tcp 6\nset net_tcp 6\n", m_target.take()); // of the tools behind
+}
+
+TEST_F(ControlSystemCall, Recv_Answers)
+{
+    EXPECT_EQ("ok\n", askFailing("recv", EINTR, 3));
+    EXPECT_EQ("ok\n", askFailing("recv", EAGAIN, 3));
+    EXPECT_EQ("(end)", askFailing("recv", ECONNRESET));
+    EXPECT_EQ("(end)", askFailing("recv", ENOMEM));
+    EXPECT_EQ("(end)", askFailing("recv", EXDEV));
+}
+
+TEST_F(ControlSystemCall, Send_Answers)
+{
+    EXPECT_EQ("ok\n", askFailing("send", EINTR, 3));
+    EXPECT_EQ("ok\n", askFailing("send", EAGAIN, 3));
+    EXPECT_EQ("(end)", askFailing("send", EPIPE));
+    EXPECT_EQ("(end)", askFailing("send", ECONNRESET));
+    EXPECT_EQ("(end)", askFailing("send", EXDEV));
+}
+
+TEST_F(ControlSystemCall, Poll_Interrupted_GoesOn)
+{
+    ControlSocket control(m_target, m_watchers);
+    std::string reason;
+    EXPECT_TRUE(control.open(m_path, reason)) << reason;
+    ControlTool tool(m_path);
+    EXPECT_EQ("ok\n", tool.ask(SET));
+    const FailingCallElsewhere failing("poll", EINTR, 3);
+    EXPECT_EQ("ok\n", tool.ask(SET)); // ends the wait that had begun
+    EXPECT_EQ("ok\n", tool.ask(SET));
+    EXPECT_LE(3, failing.calls());
+}
+
+// A thread that cannot wait ends, and no tool waits for it.
+TEST_F(ControlSystemCall, Poll_Fails_ToolsAreHungUpOnAndRefused)
+{
+    for (const int code : {ENOMEM, EINVAL, EXDEV}) {
+        ControlSocket control(m_target, m_watchers);
+        std::string reason;
+        EXPECT_TRUE(control.open(m_path, reason)) << reason;
+        ControlTool tool(m_path);
+        EXPECT_EQ("ok\n", tool.ask(SET));
+        const FailingCallElsewhere failing("poll", code, EACH_CALL);
+        tool.send(SET);
+        const std::string rest = tool.rest();
+        EXPECT_TRUE(rest.empty() || rest == "ok\n") << rest; // the wait may have begun before
+        EXPECT_EQ("", ControlTool(m_path).rest());
+    }
+}
+
+TEST_F(ControlSystemCall, WakeUp_Interrupted_IsMadeAgain)
+{
+    std::optional<ControlSocket> control(std::in_place, m_target, m_watchers);
+    std::string reason;
+    EXPECT_TRUE(control->open(m_path, reason)) << reason;
+    const FailingCall failing("write", EINTR, 3);
+    control.reset();
+    EXPECT_EQ(4, failing.calls());
+    EXPECT_NE(0, access(m_path.c_str(), F_OK));
+}
+
+TEST_F(ControlSystemCall, WakeUp_Fails_EndsAllTheSame)
+{
+    for (const int code : {EAGAIN, EIO, EXDEV}) {
+        std::optional<ControlSocket> control(std::in_place, m_target, m_watchers);
+        std::string reason;
+        EXPECT_TRUE(control->open(m_path, reason)) << reason;
+        const int before = descriptors();
+        const FailingCall failing("write", code, EACH_CALL);
+        control.reset();
+        EXPECT_EQ(before - 3, descriptors());
+    }
+}
+
+TEST_F(ControlSystemCall, End_PathCannotBeLookedAtOrRemoved_Ends)
+{
+    for (const char* const call : {"lstat", "unlink", "close"}) {
+        std::optional<ControlSocket> control(std::in_place, m_target, m_watchers);
+        std::string reason;
+        EXPECT_TRUE(control->open(m_path, reason)) << reason;
+        const FailingCall failing(call, EIO, EACH_CALL);
+        control.reset();
+        EXPECT_LE(1, failing.calls()) << call;
+    }
+    EXPECT_EQ("ok\n", askAnew()); // what stayed is replaced
+}
+
+} // namespace
