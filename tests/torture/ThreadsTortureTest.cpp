@@ -143,6 +143,13 @@ TEST(ThreadsTorture, EverythingAtOnce_NothingIsLost)
     EXPECT_EQ(THREADS * ROUNDS, work.client.count.load());
 }
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define WITHOUT_ALLOCATOR
+#endif
+#endif
+#ifndef WITHOUT_ALLOCATOR
+
 /// Returns the bytes that the allocator has given out.
 std::size_t bytesInUse()
 {
@@ -156,13 +163,6 @@ void startAndEnd(const std::function<void(unsigned int)>& body)
     for (unsigned int started = 0; started < SHORT_THREADS; started += TOGETHER)
         onThreads(TOGETHER, body);
 }
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define WITHOUT_ALLOCATOR
-#endif
-#endif
-#ifndef WITHOUT_ALLOCATOR
 
 // What a thread's cache of the allocator keeps is given back when it ends.
 constexpr std::size_t SLACK = 64 * 1024;
