@@ -119,6 +119,17 @@ TEST(BinBuffer, OwnBuffers_AreFreed)
     EXPECT_EQ(2, arrayMemory.releases);
 }
 
+TEST(BinBuffer, OneWayForms_AllocateOneBuffer)
+{
+    DeviceOutput output;
+    arrayMemory = {};
+    const OpenBinBuffer writer(output);
+    EXPECT_EQ(1, arrayMemory.allocations);
+    DeviceInput input;
+    const OpenBinBuffer reader(input);
+    EXPECT_EQ(2, arrayMemory.allocations);
+}
+
 TEST(BinBuffer, OutsideBuffers_NothingIsAllocatedOrFreed)
 {
     DeviceInput input;

@@ -75,6 +75,25 @@ TEST(BinBuffer, SizeOfOne_WritesTheEndOfFileAsAByte)
     EXPECT_EQ("\xFF\x41", output.taken());
 }
 
+struct OwnPutArea : OpenBinBuffer
+{
+    using BinBuffer::setp;
+    using OpenBinBuffer::OpenBinBuffer;
+};
+
+TEST(BinBuffer, SizeOfOne_LeavesThePutAreaOfADerivedClass)
+{
+    DeviceOutput output;
+    char out[1] = {'x'};
+    char area[4];
+    OwnPutArea buffer(nullptr, 0, &output, 1, nullptr, out);
+    buffer.setp(area, area + 4);
+    EXPECT_EQ('a', buffer.sputc('a'));
+    EXPECT_EQ(1, buffer.overflow(END_OF_FILE));
+    EXPECT_EQ("write(x)", output.takeCalls());
+    EXPECT_EQ("a+3", buffer.putArea());
+}
+
 TEST(BinBuffer, SizeOfOne_NothingTaken_Fails)
 {
     DeviceOutput output;

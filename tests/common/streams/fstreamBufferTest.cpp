@@ -69,6 +69,21 @@ TEST(FilebufBuffer, Creation_IsAnOwnOne)
     EXPECT_FALSE(file.userBuffer);
 }
 
+struct OwnPutArea : ScriptedFile
+{
+    using filebuf_base::setp;
+    using ScriptedFile::ScriptedFile;
+};
+
+TEST(FilebufBuffer, Creation_PutAreaOfADerivedClassIsGivenUp)
+{
+    OwnPutArea file(OUT, 4);
+    char area[4];
+    file.setp(area, area + 4);
+    file.createBuffer();
+    EXPECT_EQ("none", file.putArea());
+}
+
 TEST(FilebufBuffer, Creation_Again_DoesNothing)
 {
     BufferedFile file(IN, 4);
