@@ -25,6 +25,13 @@ namespace {
 /// What the system log is asked.
 std::vector<std::string> s_systemLog;
 
+void noteMessage(int priority, const char* format, std::va_list values)
+{
+    char text[200];
+    std::vsnprintf(text, sizeof text, format, values);
+    s_systemLog.push_back(std::to_string(priority) + " " + text);
+}
+
 } // namespace
 
 extern "C" {
@@ -38,12 +45,19 @@ void openlog(const char* name, int options, int facility)
 
 void syslog(int priority, const char* format, ...)
 {
-    char text[200];
     std::va_list values;
     va_start(values, format);
-    std::vsnprintf(text, sizeof text, format, values);
+    noteMessage(priority, format, values);
     va_end(values);
-    s_systemLog.push_back(std::to_string(priority) + " " + text);
+}
+
+/// What a library that was built with checks calls instead.
+void __syslog_chk(int priority, int, const char* format, ...)
+{
+    std::va_list values;
+    va_start(values, format);
+    noteMessage(priority, format, values);
+    va_end(values);
 }
 
 void closelog()

@@ -125,7 +125,7 @@ DltReturnValue dlt_register_context_ll_ts(DltContext* context, const char* id,
 {
     Registration& registration = s_contexts[id];
     registration.level = static_cast<std::int8_t>(level);
-    std::strncpy(context->contextID, id, DLT_ID_SIZE);
+    std::memcpy(context->contextID, id, strnlen(id, DLT_ID_SIZE));
     if (answers.takesContexts) context->log_level_ptr = &registration.level;
     return note(std::string("context ") + id + " " + std::to_string(level) + " " +
                     std::to_string(traceStatus) + " " + description,
