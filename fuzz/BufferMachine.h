@@ -9,7 +9,7 @@
 #include <limits>
 #include <string>
 
-#include <CapturedStderr.h>
+#include <CapturedStream.h>
 #include <Input.h>
 #include <support/StreamBufCalls.h>
 

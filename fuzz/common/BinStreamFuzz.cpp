@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <CapturedStderr.h>
+#include <CapturedStream.h>
 #include <Input.h>
 #include <support/OpenStorage.h>
 #include <support/SlowBinStreams.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Any bytes as the texts of the environment: levels, sinks and the queue's length, with a line end
-// between them. What is taken is within its bounds, and what is not is told on one line each.
+// between them. What is taken, and what is told of the rest, must be what a slow reader finds.
 
 #include <algorithm>
 #include <string>
@@ -10,9 +10,13 @@
 #include <Input.h>
 #include <tracing-impl/Settings.h>
 
+#include "SlowSettings.h"
+
 namespace {
 
-using fuzz::require;
+using fuzz::requireSame;
+using fuzz::slow::SlowSettings;
+using fuzz::slow::Texts;
 using namespace tracing::impl;
 
 /// Returns what stands before the first line end, and takes it from `text`.
@@ -24,33 +28,28 @@ std::string takeLine(std::string& text)
     return line;
 }
 
+std::string joined(const Texts& lines)
+{
+    std::string text;
+    for (const std::string& line : lines)
+        text += line + "\n";
+    return text;
+}
+
 bool isPlain(char c)
 {
     const auto byte = static_cast<unsigned char>(c);
     return (byte >= 0x20 && byte != 0x7F) || c == '\t';
 }
 
-/// Each line names the variable, and stays on its line.
-void checkTold(const Ignored& ignored, const std::string& variable)
+void check(SlowSettings expected, Texts taken, const Ignored& ignored)
 {
-    for (const std::string& line : ignored) {
-        require(line.rfind(variable + ": '", 0) == 0);
-        require(line.find("' is ignored: ") != line.npos);
-        require(std::all_of(line.begin(), line.end(), isPlain));
-    }
-}
-
-std::size_t piecesOf(const std::string& text)
-{
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < text.size(); ++i)
-        count += text[i] != ',' && (i == 0 || text[i - 1] == ',') ? 1 : 0;
-    return count;
-}
-
-bool isLevel(short level)
-{
-    return level >= 0 && level <= 9;
+    std::sort(expected.taken.begin(), expected.taken.end());
+    std::sort(taken.begin(), taken.end());
+    requireSame(joined(expected.taken), joined(taken));
+    requireSame(joined(expected.ignored), joined(ignored));
+    for (const std::string& line : ignored)
+        fuzz::require(std::all_of(line.begin(), line.end(), isPlain));
 }
 
 void checkLevels(const std::string& text)
@@ -58,29 +57,13 @@ void checkLevels(const std::string& text)
     LevelSettings settings;
     Ignored ignored;
     readLevels(text, settings, ignored);
-    checkTold(ignored, LEVELS_VARIABLE);
-    require(!settings.root || isLevel(*settings.root));
-    for (const auto& path : settings.paths) {
-        require(isLevel(path.second) && !path.first.empty());
-        require(path.first.find(',') == std::string::npos);
-        require(path.first.find('=') == std::string::npos);
-    }
-    // Pieces of the same path take the place of each other, all others are taken or told.
-    const std::size_t taken = settings.paths.size() + (settings.root ? 1 : 0);
-    require(taken + ignored.size() <= piecesOf(text));
-    require(piecesOf(text) == 0 || taken + ignored.size() > 0);
-}
-
-void checkSink(const SinkSettings& sink, const std::string& text)
-{
-    require(!sink.text.empty() && text.find(sink.text) != std::string::npos);
-    if (sink.kind != SinkSettings::FILE) {
-        require(sink.fileName.empty() && sink.maxSize == 0 && sink.maxFiles == 0);
-        return;
-    }
-    require(sink.text.rfind("file:" + sink.fileName, 0) == 0 && !sink.fileName.empty());
-    require(sink.maxSize >= 1024 && sink.maxSize <= 1073741824);
-    require(sink.maxFiles >= 1 && sink.maxFiles <= 100);
+    Texts taken;
+    if (settings.root) taken.push_back("=" + std::to_string(*settings.root));
+    for (const auto& path : settings.paths)
+        taken.push_back(path.first + "=" + std::to_string(path.second));
+    SlowSettings expected;
+    expected.readLevels(text);
+    check(expected, taken, ignored);
 }
 
 void checkSinks(const std::string& text)
@@ -88,10 +71,13 @@ void checkSinks(const std::string& text)
     std::vector<SinkSettings> sinks;
     Ignored ignored;
     readSinks(text, sinks, ignored);
-    checkTold(ignored, SINKS_VARIABLE);
+    Texts taken;
     for (const SinkSettings& sink : sinks)
-        checkSink(sink, text);
-    require(sinks.size() + ignored.size() == piecesOf(text));
+        taken.push_back(sink.text + " " + std::to_string(sink.kind) + " " + sink.fileName + " " +
+                        std::to_string(sink.maxSize) + " " + std::to_string(sink.maxFiles));
+    SlowSettings expected;
+    expected.readSinks(text);
+    check(expected, taken, ignored);
 }
 
 void checkQueue(const std::string& text)
@@ -100,10 +86,11 @@ void checkQueue(const std::string& text)
     std::size_t length = UNTOUCHED;
     Ignored ignored;
     readQueue(text, length, ignored);
-    checkTold(ignored, QUEUE_VARIABLE);
-    require(ignored.size() <= 1);
-    const bool isTaken = ignored.empty() && !text.empty();
-    require(isTaken ? length <= 1048576 : length == UNTOUCHED);
+    Texts taken;
+    if (length != UNTOUCHED) taken.push_back(std::to_string(length));
+    SlowSettings expected;
+    expected.readQueue(text);
+    check(expected, taken, ignored);
 }
 
 } // namespace

@@ -6,6 +6,8 @@
 #ifndef ZELCOMMON_FUZZ_CODECCHECK_H
 #define ZELCOMMON_FUZZ_CODECCHECK_H
 
+#include <algorithm>
+
 #include <Input.h>
 #include <support/LibraryText.h>
 
@@ -54,7 +56,7 @@ public:
         require(slow::encodedBytes(m_encoding, c) == m_codec.encoded_bytes(c));
     }
 
-    /// All of the above, at places and with numbers from `input`, and at every byte.
+    /// All of the above, at places and with numbers from `input`, at every byte, and of prefixes.
     static void run(slow::Encoding encoding, Input& input)
     {
         const slow::Place far = {input.number(), input.number()};
@@ -65,10 +67,29 @@ public:
             check.atByte({far.chars, p}, n, c);
         check.atByte(far, n, c);
         check.place(n);
+        check.prefixes(n);
     }
 
 private:
     static constexpr unsigned int UNTOUCHED = 0xDEAD0001;
+    static constexpr unsigned int MOST_PREFIXES = 32;
+    static constexpr unsigned int LONGEST_CHARACTER = 6; // bytes
+
+    /// The end of each prefix in memory of exactly its size; of a long input, the last ones.
+    void prefixes(unsigned int n) const
+    {
+        const auto size = static_cast<unsigned int>(m_data.size());
+        for (unsigned int end = size - std::min(size, MOST_PREFIXES); end < size; ++end) {
+            const slow::Bytes data(m_data.data(), m_data.data() + end);
+            const CodecCheck prefix(m_encoding, data);
+            for (unsigned int left = 0; left <= std::min(end, LONGEST_CHARACTER); ++left) {
+                prefix.read({0, end - left});
+                prefix.forward({0, end - left}, 1);
+                prefix.forward({0, end - left}, n);
+            }
+            prefix.place(n);
+        }
+    }
 
     static std::unicode::Codec::Index indexOf(slow::Place at) { return {at.chars, at.bytes}; }
     static bool isSame(slow::Place at, const std::unicode::Codec::Index& index)

@@ -14,6 +14,8 @@ using std::unicode::String;
 using support::codecOf;
 namespace slow = support::slow;
 
+constexpr unsigned int PAIRS = 16; // of encodings
+
 void checkCodecs(slow::Encoding from, slow::Encoding to, const slow::Bytes& data, unsigned int most)
 {
     const support::ExactBytes exact(data);
@@ -61,8 +63,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const auto to = static_cast<slow::Encoding>(input.below(4));
     const unsigned int most = input.byte();
     const slow::Bytes bytes = input.rest();
-    checkCodecs(from, to, bytes, most);
     checkCodecs(from, to, bytes, slow::UNLIMITED);
+    for (unsigned int i = 0; i < PAIRS; ++i)
+        checkCodecs(static_cast<slow::Encoding>(i % 4), static_cast<slow::Encoding>(i / 4), bytes,
+                    most);
     checkStrings(from, to, bytes);
     checkLiterals(to, bytes);
     return 0;

@@ -43,11 +43,12 @@ public:
     void run()
     {
         using Step = void (Machine::*)();
-        static constexpr Step STEPS[] = {&Machine::make,    &Machine::add,     &Machine::repeat,
-                                         &Machine::cut,     &Machine::cutAt,   &Machine::convert,
-                                         &Machine::assign,  &Machine::compare, &Machine::search,
-                                         &Machine::findFar, &Machine::walk,    &Machine::split,
-                                         &Machine::join,    &Machine::replace};
+        static constexpr Step STEPS[] = {
+            &Machine::make,        &Machine::add,     &Machine::repeat, &Machine::cut,
+            &Machine::cutAt,       &Machine::convert, &Machine::assign, &Machine::compare,
+            &Machine::search,      &Machine::findFar, &Machine::walk,   &Machine::split,
+            &Machine::join,        &Machine::replace, &Machine::halve,  &Machine::searchAll,
+            &Machine::compareParts};
         for (unsigned int i = 0; i < MOST_STEPS && !m_input.isEmpty(); ++i)
             (this->*STEPS[m_input.below(sizeof STEPS / sizeof STEPS[0])])();
     }
@@ -202,6 +203,53 @@ private:
         const TextPair& with = any();
         store({slow::replace(text.model, what.model, with.model),
                text.text.replace(what.text, with.text)});
+    }
+
+    /// The halves are views of the same bytes; joined they are the text again.
+    void halve()
+    {
+        const TextPair& text = any();
+        const int middle = smallNumber();
+        const TextPair left = part(text, 0, middle);
+        const TextPair right = part(text, middle, static_cast<int>(text.text.size()));
+        const TextPair whole = left + right;
+        requireSame(whole.model, whole.text);
+        require(slow::isEqual(whole.model, text.model) == (whole.text == text.text));
+        const String halves[] = {left.text, right.text};
+        store({slow::join(slow::Text(), {left.model, right.model}),
+               String().join(halves, halves + 2)});
+    }
+
+    /// Without positions, and of a view in a view.
+    void searchAll()
+    {
+        const TextPair text = part(any(), smallNumber(), smallNumber());
+        const TextPair& other = any();
+        const slow::Text& t = text.model;
+        const slow::Text& o = other.model;
+        const slow::Position first = slow::first(t);
+        const slow::Position end = slow::end(t);
+        requireSame(find(t, o, first), text.text.find(other.text));
+        requireSame(rfind(t, o, end), text.text.rfind(other.text));
+        requireSame(findFirstOf(t, o, first), text.text.find_first_of(other.text));
+        requireSame(findFirstNotOf(t, o, first), text.text.find_first_not_of(other.text));
+        requireSame(findLastOf(t, o, end), text.text.find_last_of(other.text));
+        requireSame(findLastNotOf(t, o, end), text.text.find_last_not_of(other.text));
+    }
+
+    /// Views against a text in another encoding.
+    void compareParts()
+    {
+        const TextPair& text = any();
+        const int from = smallNumber();
+        const TextPair a = part(text, from, smallNumber());
+        const TextPair b = converted(a, static_cast<slow::Encoding>(m_input.below(4)));
+        require(isEqual(a.model, b.model) == (a.text == b.text));
+        require(isLess(a.model, text.model) == (a.text < text.text));
+        require(isGreater(b.model, text.model) == (b.text > text.text));
+        require((b.text <= text.text) == !isGreater(b.model, text.model));
+        require((b.text >= text.text) == !isLess(b.model, text.model));
+        require(a.text != b.text || a.text.hash() == b.text.hash());
     }
 
     Input& m_input;

@@ -1,0 +1,376 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A program over the error storages of a thread, run on the library and on its slow model: errors
+// are raised, formatted, copied, acknowledged, in storages within each other, and also by those who
+// are told of unhandled and overwritten errors. What both find and print must be the same.
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CapturedStream.h>
+#include <Input.h>
+#include <common/error/Error.h>
+#include <common/error/GlobalErrorHandler.h>
+#include <support/OpenStorage.h>
+#include <support/SlowErrors.h>
+
+namespace {
+
+using fuzz::Input;
+using std::ErrorObject;
+using std::ErrorOutput;
+using std::ErrorStorage;
+using support::slow::StorageKind;
+namespace slow = support::slow;
+
+constexpr unsigned int MOST_STEPS = 48;
+constexpr int MOST_NESTED = 3; // of those who are told
+constexpr unsigned int MOST_STORAGES = 6;
+constexpr std::size_t REASON = 256; // bytes of a reason that is recorded from elsewhere
+constexpr int ERRNO = 41;           // survives everything
+
+constexpr std::ErrorID OWN_TABLE[] = {
+    {0, "plain %s as it stands", 0}, {1, "%s/%d", 2}, {2, nullptr, 0}, {4, "row 3, %d%%", 1}};
+constexpr std::ErrorID CHILD_TABLE[] = {{0, "child %s", 1}};
+constexpr std::ErrorType OWN(OWN_TABLE, 4);
+constexpr std::ErrorType CHILD(CHILD_TABLE, 1, OWN);
+const std::ErrorType* const TYPES[] = {&std::CommonError, &OWN, &CHILD};
+
+const char* const FILES[] = {
+    "/build/src/a.c", "src/b.c",  "x\\include\\c.h", "/a/b/c/d/e/f", "a/b/c", "/",      "",
+    "//src/",         "/include", "/src_root/d.c",   "b//c///d",     nullptr, "x/a.c/", "y\\src/z"};
+constexpr unsigned int FILE_COUNT = sizeof FILES / sizeof FILES[0];
+
+/// An error to raise.
+struct Raise
+{
+    bool isNew;
+    unsigned int form;
+    const char* file;
+    int number;
+    std::string text;
+};
+
+/// What the library and its model do alike.
+class World
+{
+public:
+    virtual ~World() = default;
+    virtual void push(StorageKind kind) = 0;
+    virtual void pop() = 0;
+    virtual std::size_t depth() const = 0;
+    virtual void raise(const Raise& error) = 0;
+    virtual void add(const Raise& error) = 0;
+    /// Of the error `steps` causes behind the newest, or of the one that was saved.
+    virtual void copy(bool isNew, unsigned int steps) = 0;
+    virtual void save() = 0;
+    virtual void ack() = 0;
+    virtual void clear() = 0;
+    virtual std::string state() = 0;
+    virtual std::string takePrinted() = 0;
+};
+
+class Program
+{
+public:
+    explicit Program(Input input) : m_input(input) {}
+
+    std::string run(World& world)
+    {
+        m_world = &world;
+        world.push(StorageKind::TELLING);
+        while (m_steps < MOST_STEPS && !m_input.isEmpty()) {
+            step(1);
+            m_log += world.state() + world.takePrinted();
+        }
+        while (world.depth() > 0)
+            world.pop();
+        return m_log;
+    }
+
+    /// Those who are told go on with the program, in storages of their own or in the same one.
+    void told(const std::string& what)
+    {
+        m_log += what;
+        if (m_nested == MOST_NESTED) return;
+        ++m_nested;
+        const std::size_t least = m_world->depth();
+        for (unsigned int i = m_input.below(12); i > 0 && m_steps < MOST_STEPS; --i)
+            step(least);
+        m_log += m_world->state();
+        while (m_world->depth() > least)
+            m_world->pop();
+        --m_nested;
+    }
+
+private:
+    void step(std::size_t leastStorages)
+    {
+        ++m_steps;
+        const unsigned int operation = m_input.byte();
+        switch (operation % 16) {
+        case 0: m_world->ack(); break;
+        case 1: m_world->clear(); break;
+        case 2: push(operation / 16 % 5); break;
+        case 3:
+            if (m_world->depth() > leastStorages) m_world->pop();
+            break;
+        case 4: m_world->save(); break;
+        case 5:
+        case 6: m_world->copy(operation % 2 == 0, operation / 16); break;
+        case 7:
+        case 8: m_world->add(raiseFrom(operation / 16)); break;
+        default: m_world->raise(raiseFrom(operation / 16)); break;
+        }
+    }
+
+    void push(unsigned int kind)
+    {
+        if (m_world->depth() < MOST_STORAGES) m_world->push(static_cast<StorageKind>(kind));
+    }
+
+    Raise raiseFrom(unsigned int form)
+    {
+        const unsigned int place = m_input.byte();
+        Raise error{
+            place >= 0xC0, form, FILES[place % FILE_COUNT], static_cast<int>(place) - 8, {}};
+        const unsigned int length = m_input.byte();
+        const std::string piece = m_input.text(length % 8).c_str();
+        // Around the limits of a reason.
+        while (!piece.empty() && error.text.size() < (length >= 0x80 ? length + 100 : length / 8))
+            error.text += piece;
+        return error;
+    }
+
+    Input m_input;
+    World* m_world = nullptr;
+    unsigned int m_steps = 0;
+    int m_nested = 0;
+    std::string m_log;
+};
+
+/// What ends up as the reason of `form`; the rest of the row is `type` and `id`.
+slow::Error expectedOf(const Raise& raise)
+{
+    const std::string number = std::to_string(raise.number);
+    const auto make = [&](int type, int id, const std::string& reason) {
+        return slow::Error{type, id, raise.file, raise.number, reason.substr(0, 254)};
+    };
+    switch (raise.form % 9) {
+    case 0: return make(0, 0, "Out of heap memory");
+    case 1: return make(0, 1, "Invalid usage/logic detected: " + raise.text);
+    case 2:
+        return make(
+            0, 2, "Integer parameter out of range. Min = 1, Max = -2147483648, Found = " + number);
+    case 3: return make(0, 9, "");
+    case 4: return make(1, 0, "plain %s as it stands");
+    case 5: return make(1, 1, raise.text + "/" + number);
+    case 6: return make(1, 2, "<no message>");
+    case 7: return make(1, 4, "row 3, " + number + "%");
+    default: return make(2, 0, "child " + raise.text);
+    }
+}
+
+std::string shown(const std::string& reason, bool isAny, bool isPending)
+{
+    return std::string(isAny ? "error " : "none ") + (isPending ? "pending " : "") + reason + "\n";
+}
+
+class ModelWorld : public World
+{
+public:
+    explicit ModelWorld(Program& program)
+        : m_errors([&program](const std::string& what) { program.told(what); })
+    {}
+
+    void push(StorageKind kind) override { m_errors.push(kind); }
+    void pop() override { m_errors.pop(); }
+    std::size_t depth() const override { return m_errors.depth(); }
+    void raise(const Raise& error) override { m_errors.record(error.isNew, expectedOf(error)); }
+    void add(const Raise& error) override
+    {
+        const bool isOwn = error.form % 2 == 0; // a text of static lifetime is not cut
+        m_errors.record(error.isNew,
+                        {1, error.number, error.file, 7,
+                         isOwn ? error.text.substr(0, REASON - 1) : std::string(REASON + 40, 'x')});
+    }
+    void copy(bool isNew, unsigned int steps) override
+    {
+        const std::vector<slow::Error>& chain = m_errors.chain();
+        slow::Error error = steps < chain.size() ? chain[chain.size() - 1 - steps] : m_saved;
+        if (error.type < 0) {
+            m_errors.assertion(
+                "src/common/error/Error:" + std::to_string(TYPE_LINE) + ", operator()()", "m_type");
+            return;
+        }
+        error.reason = error.reason.substr(0, REASON);
+        m_errors.record(isNew, error);
+    }
+    void save() override
+    {
+        m_saved = m_errors.chain().empty() ? slow::Error() : m_errors.chain().back();
+        m_saved.reason = m_saved.reason.substr(0, REASON - 1);
+    }
+    void ack() override { m_errors.ack(); }
+    void clear() override { m_errors.clear(); }
+
+    std::string state() override
+    {
+        const std::vector<slow::Error>& chain = m_errors.chain();
+        const bool isAny = !chain.empty();
+        const slow::Error last = isAny ? chain.back() : slow::Error{-1, 0, "", 0, ""};
+        std::string text = shown(last.reason, isAny, isAny && !m_errors.isAcknowledged());
+        text += std::to_string(last.id) + " " + (last.file != nullptr ? last.file : "(null)") +
+                " " + std::to_string(last.line) + " " + std::to_string(m_errors.count()) + " ";
+        for (int type = 0; type < 3; ++type)
+            text += last.type == type ? "= " : last.type == 2 && type == 1 ? "< " : "- ";
+        return text + (isAny ? slow::reasonList(chain) : "\n");
+    }
+    std::string takePrinted() override { return m_errors.takePrinted() + m_errors.takeDumped(); }
+
+private:
+    static constexpr int TYPE_LINE = 97;
+    slow::Errors m_errors;
+    slow::Error m_saved;
+};
+
+Program* s_program = nullptr;
+
+void onUnhandled(void* data, const char* text, const ErrorObject* error, unsigned int count)
+{
+    ErrorStorage::action_dump_to_stdout(data, text, error, count);
+    s_program->told(text + (" " + std::to_string(count)) + "\n" + zel_error.getReasonList());
+}
+
+void onWarning(const char* location, const char* reason)
+{
+    if (s_program != nullptr)
+        s_program->told(std::string("warning ") + location + " " + reason + "\n");
+}
+
+ErrorStorage::Action actionOf(StorageKind kind)
+{
+    switch (kind) {
+    case StorageKind::TELLING: return onUnhandled;
+    case StorageKind::DUMP: return ErrorStorage::action_dump_to_stdout;
+    case StorageKind::TRACE: return ErrorStorage::action_trace;
+    case StorageKind::ABORT: return ErrorStorage::action_dump_and_abort;
+    default: return nullptr;
+    }
+}
+
+class LibraryWorld : public World
+{
+public:
+    void push(StorageKind kind) override
+    {
+        m_storages.push_back(std::make_unique<support::OpenStorage>(actionOf(kind)));
+        m_storages.back()->m_data = this; // asked for by the trace reaction
+    }
+    void pop() override { m_storages.pop_back(); }
+    std::size_t depth() const override { return m_storages.size(); }
+
+    void raise(const Raise& error) override
+    {
+        const char* const text = error.text.c_str();
+        ErrorOutput output(error.file, error.number, error.isNew);
+        errno = ERRNO;
+        switch (error.form % 9) {
+        case 0: output(std::CommonError, 0); break;
+        case 1: output(std::CommonError, 1, text); break;
+        case 2: output(std::CommonError, 2, 1, -2147483647 - 1, error.number); break;
+        case 3: output(std::CommonError, 9); break;
+        case 4: output(OWN, 0); break;
+        case 5: output(OWN, 1, text, error.number); break;
+        case 6: output(OWN, 2); break;
+        case 7: output(OWN, 4, error.number); break;
+        default: output(CHILD, 0, text); break;
+        }
+        fuzz::require(errno == ERRNO);
+    }
+    void add(const Raise& error) override
+    {
+        static const std::string s_long(REASON + 40, 'x');
+        const bool isOwn = error.form % 2 == 0;
+        bool noStorage = true;
+        char* const buffer = ErrorStorage::add(error.isNew, OWN, error.number, error.file, 7,
+                                               isOwn ? nullptr : s_long.c_str(), noStorage);
+        fuzz::require(!noStorage && (buffer != nullptr) == isOwn);
+        if (isOwn) buffer[error.text.copy(buffer, REASON - 1)] = '\0';
+    }
+    void copy(bool isNew, unsigned int steps) override
+    {
+        const ErrorObject* error = ErrorStorage::isError(false) ? ErrorStorage::get() : nullptr;
+        for (; error != nullptr && steps > 0; --steps)
+            error = error->m_cause;
+        ErrorOutput("nowhere", 1, isNew)(error != nullptr ? *error : m_saved);
+    }
+    void save() override { m_saved = *ErrorStorage::get(); }
+    void ack() override { ErrorStorage::ack(); }
+    void clear() override { m_storages.back()->clear(); }
+
+    std::string state() override
+    {
+        const ErrorObject& last = *ErrorStorage::get();
+        const bool isAny = ErrorStorage::isError(false);
+        const char* const file = ErrorStorage::file();
+        fuzz::require(last.m_process == (isAny ? getpid() : 0));
+        std::string text = shown(reasonOf(last), isAny, ErrorStorage::isError(true));
+        text += std::to_string(ErrorStorage::id()) + " " + (file != nullptr ? file : "(null)") +
+                " " + std::to_string(ErrorStorage::line()) + " " +
+                std::to_string(m_storages.back()->m_count) + " ";
+        for (const std::ErrorType* type : TYPES) {
+            const bool isSame = isAny && last.equals(*type);
+            text += isSame ? "= " : ErrorStorage::isA(*type) ? "< " : "- ";
+        }
+        return text + zel_error.getReasonList();
+    }
+    std::string takePrinted() override { return m_printed.take() + m_dumped.take(); }
+
+private:
+    /// A reason may fill its buffer.
+    static std::string reasonOf(const ErrorObject& error)
+    {
+        const bool isOwn = error.reason() == error.m_buffer;
+        return isOwn ? std::string(error.m_buffer, strnlen(error.m_buffer, REASON))
+                     : error.reason();
+    }
+
+    fuzz::CapturedStderr m_printed;
+    fuzz::CapturedStdout m_dumped;
+    std::vector<std::unique_ptr<support::OpenStorage>> m_storages;
+    ErrorObject m_saved;
+};
+
+std::string runLibrary(const Input& input)
+{
+    LibraryWorld world;
+    Program program(input);
+    s_program = &program;
+    std::string log = program.run(world);
+    s_program = nullptr;
+    return log;
+}
+
+std::string runModel(const Input& input)
+{
+    Program program(input);
+    ModelWorld world(program);
+    return program.run(world);
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const bool s_isSet = std::GlobalErrorHandler::atWarning(onWarning);
+    fuzz::require(!s_isSet);
+    std::GlobalErrorHandler::s_disable_abort = true;
+    const Input input(data, size);
+    const std::string expected = runModel(input);
+    fuzz::requireSame(expected, runLibrary(input));
+    return 0;
+}
