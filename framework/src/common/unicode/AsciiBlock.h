@@ -35,10 +35,8 @@ void copyUnits(const unsigned char* __restrict from, unsigned char* __restrict t
                unsigned int count)
 {
     for (unsigned int i = 0; i < count; ++i) {
-        From unit;
-        std::memcpy(&unit, from + i * sizeof unit, sizeof unit);
-        const auto copy = static_cast<To>(unit);
-        std::memcpy(to + i * sizeof copy, &copy, sizeof copy);
+        const auto unit = load<From>(from + i * sizeof(From));
+        store(to + i * sizeof(To), static_cast<To>(unit));
     }
 }
 

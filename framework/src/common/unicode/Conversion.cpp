@@ -153,8 +153,7 @@ struct Write
     static bool character(const Target& target, unsigned char* to, unsigned int c)
     {
         if (sizeof(typename Target::Unit) == 1 && !hasLength<LENGTH>(c)) return false;
-        const std::uint32_t bytes = encoded<LENGTH>(target, c);
-        std::memcpy(to, &bytes, sizeof bytes);
+        store(to, encoded<LENGTH>(target, c));
         return true;
     }
 };

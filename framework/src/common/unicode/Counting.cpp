@@ -47,7 +47,7 @@ Lanes copyLanes(const unsigned char* from, unsigned char* to)
 {
     if constexpr (COUNT == 1) {
         const Lanes lanes = load<Lanes>(from);
-        std::memcpy(to, &lanes, sizeof lanes);
+        store(to, lanes);
         return lanes;
     } else {
         constexpr unsigned int HALF = COUNT / 2 * sizeof(Lanes);

@@ -7,7 +7,6 @@
 #define ZELCOMMON_SRC_COMMON_UNICODE_LANES_H
 
 #include <cstdint>
-#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -68,12 +67,19 @@ constexpr auto each(unsigned int value)
     return static_cast<Element>(~Element(0) / static_cast<Unit>(~Unit(0)) * value);
 }
 
+// These sizes are those of types: the C library's checked variant has nothing to check, but keeps the
+// compiler from taking several units at a time.
 template <typename Lanes>
 Lanes load(const unsigned char* from)
 {
     Lanes lanes;
-    std::memcpy(&lanes, from, sizeof lanes);
+    __builtin_memcpy(&lanes, from, sizeof lanes);
     return lanes;
+}
+template <typename Lanes>
+void store(unsigned char* to, const Lanes& lanes)
+{
+    __builtin_memcpy(to, &lanes, sizeof lanes);
 }
 
 /// Returns the bits of `COUNT` lanes together, a power of two.
