@@ -2,18 +2,22 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include <common/error/Error.h>
 #include <common/error/ErrorStorages.h>
+#include <common/error/GlobalErrorHandler.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <zel/Tls.h>
 
 #include "support/ChildProcess.h"
+#include "support/DumpText.h"
 #include "support/FailingMalloc.h"
 #include "support/MissingStorage.h"
+#include "support/OpenStorage.h"
 
 namespace {
 
@@ -96,6 +100,31 @@ TEST(StorageBinding, OnlyTheFallbackStorageCanBeBound_StaysBound)
     EXPECT_EQ(0, result.exitCode);
     EXPECT_EQ(missingStorage(result, "Invalid parameter: width"), result.err);
     EXPECT_EQ(unhandledError(result, "Invalid parameter: width"), result.out);
+}
+
+int s_overwrites = 0;
+
+/// Overwrites errors of the fallback storage while it is told of an overwritten one.
+void overwritingHandler(const char*, const char* reason)
+{
+    if (std::strstr(reason, "overwritten") == nullptr) return;
+    ++s_overwrites;
+    support::addToChain(21, 29);
+}
+
+TEST(StorageBinding, OverwrittenWhileThatIsReported_IsNotReportedItself)
+{
+    const ChildResult result = runInChild([] {
+        s_bindingResult = ENOMEM;
+        support::addToChain(1, 8);
+        std::GlobalErrorHandler::atWarning(overwritingHandler);
+        support::addToChain(9);
+        support::addToChain(10);
+        s_bindingResult = 0;
+        EXPECT_EQ(2, s_overwrites);
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(2, support::occurrences(result.err, "An error was overwritten"));
 }
 
 TEST(StorageBinding, WorksAgain_TheThreadGetsItsStorage)
