@@ -98,6 +98,36 @@ void checkNetwork(const UUIDValue& value)
     require(again == id);
 }
 
+/// From bytes the digits of the version and of the variant are put in.
+void checkBytes(const UUIDValue& value, unsigned int version)
+{
+    std::string expected = slow::printUuid(value);
+    std::string digits = expected;
+    digits.erase(std::remove(digits.begin(), digits.end(), '-'), digits.end());
+    const std::unique_ptr<unsigned char[]> block(new unsigned char[16]);
+    for (unsigned int i = 0; i < 16; ++i)
+        block[i] = static_cast<unsigned char>(slow::number(digits, 2 * i, 2 * i + 1));
+    expected[14] = static_cast<char>('0' + version);
+    expected[19] = "89ab"[slow::digit(expected[19]) % 4];
+    const UUID id(block.get(), static_cast<UUID::Version>(version));
+    requireSame(expected, slow::printUuid(id));
+    require(id.variant() == UUID::VARIANT_RFC4122);
+}
+
+/// Of the wide fields the low 16 bits count.
+void checkFields(const UUIDValue& value, unsigned int above)
+{
+    const UUID id(value.timeLow, above << 16 | value.timeMid, above << 16 | value.timeHiAndVersion,
+                  value.clockSeq, value.node[0], value.node[1], value.node[2], value.node[3],
+                  value.node[4], value.node[5]);
+    const std::string text = slow::printUuid(value);
+    requireSame(text, slow::printUuid(id));
+    const unsigned int top = slow::digit(text[19]);
+    const UUID::Variant special = top < 14 ? UUID::VARIANT_MICROSOFT : UUID::VARIANT_RESERVED;
+    const UUID::Variant plain = top < 8 ? UUID::VARIANT_NCS : UUID::VARIANT_RFC4122;
+    require(id.variant() == (top < 12 ? plain : special));
+}
+
 /// The order of the values is that of their texts.
 void checkOrder(const UUIDValue& left, const UUIDValue& right)
 {
@@ -117,6 +147,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     checkChars(text, old);
     checkPrint(old);
     checkNetwork(old);
+    checkBytes(old, 1 + old.node[5] % 5);
+    checkFields(old, old.timeLow);
     checkOrder(old, valueOf(text));
     return 0;
 }

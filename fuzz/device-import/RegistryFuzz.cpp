@@ -169,8 +169,8 @@ private:
 class PieceStream : public std::IBinInputStream
 {
 public:
-    PieceStream(const string& text, unsigned int bufferSize, unsigned int most)
-        : IBinInputStream(true, bufferSize), m_text(text), m_most(most)
+    PieceStream(const string& text, unsigned int size, unsigned int most)
+        : IBinInputStream(true, size), m_text(text), m_most(most)
     {}
 
 protected:

@@ -123,6 +123,12 @@ private:
     const std::string m_name;
 };
 
+/// `text`, and as many bytes more as make it the longest request, or one byte more or less.
+std::string nearLongest(const std::string& text)
+{
+    return text + std::string(MAX_REQUEST - 1 + text.size() % 3 - text.size(), 'e');
+}
+
 void check(const std::string& name, const std::string& request)
 {
     Target target(name);
@@ -145,5 +151,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     check(rest, "set " + rest + " none");
     check(rest, "call " + rest + " -");
     check(name, "call " + name + " " + rest);
+    if (rest.size() < MAX_REQUEST) check(name, nearLongest(rest));
     return 0;
 }

@@ -25,6 +25,8 @@ using namespace tracing::impl;
 
 constexpr unsigned int IS_WAITED_FOR = 0x20; // until it is taken
 constexpr unsigned int IS_REPEATED = 0x40;
+constexpr int MOST_PIECES = 8;
+constexpr int MOST_REPEATED = 3;
 constexpr int TIMES = 40; // with which a piece becomes longer than a request
 
 /// The process.
@@ -126,8 +128,9 @@ public:
     {
         const unsigned int form = input.byte();
         const std::string text = input.text(1 + form % IS_WAITED_FOR);
+        const bool isRepeated = (form & IS_REPEATED) != 0 && m_repeated++ < MOST_REPEATED;
         std::string piece;
-        for (int i = 0; i < ((form & IS_REPEATED) != 0 ? TIMES : 1); ++i)
+        for (int i = 0; i < (isRepeated ? TIMES : 1); ++i)
             piece += text;
         m_sent += piece;
         m_tool.send(piece); // unless it has been hung up on
@@ -145,6 +148,7 @@ public:
 
 private:
     ControlTool m_tool;
+    int m_repeated = 0;
     std::string m_sent;
     std::string m_answers;
 };
@@ -156,7 +160,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     static Server s_server;
     fuzz::Input input(data, size);
     Tool tool(s_server.path());
-    while (!input.isEmpty())
+    for (int i = 0; i < MOST_PIECES && !input.isEmpty(); ++i)
         tool.sendPiece(input);
     const std::string answers = tool.end();
     require(Model(tool.sent()).allows({answers, s_server.take()}));

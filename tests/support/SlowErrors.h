@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -34,13 +35,12 @@ struct Error
 };
 
 /// The part of a path from its first directory of sources on.
-inline std::string sourcePath(const std::string& path)
+inline std::string_view sourcePath(std::string_view path)
 {
     for (std::size_t at = 0; at < path.size(); ++at) {
         if (path[at] != '/' && path[at] != '\\') continue;
-        for (const char* const name : {"src/", "src\\", "include/", "include\\"})
-            if (path.compare(at + 1, std::string(name).size(), name) == 0)
-                return path.substr(at + 1);
+        for (const std::string_view name : {"src/", "src\\", "include/", "include\\"})
+            if (path.substr(at + 1, name.size()) == name) return path.substr(at + 1);
     }
     return path;
 }
@@ -59,19 +59,25 @@ inline std::string dumpedPath(const char* path)
     return text.substr(slash + 1);
 }
 
-/// Newest first, as a list of the causes is.
+/// Appends the chain, newest first, as a list of the causes is.
+inline void appendReasonList(const std::vector<Error>& chain, std::string& text)
+{
+    for (std::size_t i = chain.size(); i > 0; --i) {
+        const Error& error = chain[i - 1];
+        text.append("Error (ID ").append(std::to_string(error.id)).append("):\n\t");
+        text.append(error.reason).append("\n\tLocation: ");
+        if (error.file == nullptr) return; // the list ends there
+        text.append(sourcePath(error.file)).append(":").append(std::to_string(error.line));
+        if (i > 1) text += "\n\twas caused by\n";
+    }
+    text += "\n";
+}
+
 inline std::string reasonList(const std::vector<Error>& chain)
 {
     std::string text;
-    for (std::size_t i = chain.size(); i > 0; --i) {
-        const Error& error = chain[i - 1];
-        text += "Error (ID " + std::to_string(error.id) + "):\n\t" + error.reason;
-        text += "\n\tLocation: ";
-        if (error.file == nullptr) return text; // the list ends there
-        text += sourcePath(error.file) + ":" + std::to_string(error.line);
-        if (i > 1) text += "\n\twas caused by\n";
-    }
-    return text + "\n";
+    appendReasonList(chain, text);
+    return text;
 }
 
 class Errors
@@ -95,7 +101,7 @@ public:
     }
 
     /// `error` is by value, as it may be one of the chain.
-    void record(bool raise, const Error error)
+    void record(bool raise, Error error)
     {
         const std::size_t number = m_storages.size() - 1; // telling may move the storages
         if (raise && isPending(number)) react(number);
@@ -106,7 +112,7 @@ public:
         }
         ++storage.count;
         if (storage.count > MOST) dropOldest(number);
-        m_storages[number].chain.push_back(error);
+        m_storages[number].chain.push_back(std::move(error));
         m_storages[number].isAcknowledged = false;
         ++m_storages[number].changes;
     }
@@ -148,8 +154,9 @@ private:
 
     void react(std::size_t number)
     {
+        const bool isQuiet = m_storages[number].kind == StorageKind::SILENT;
+        if (isQuiet || m_storages[number].isReporting) return;
         const Storage before = m_storages[number];
-        if (before.kind == StorageKind::SILENT || before.isReporting) return;
         m_storages[number].isReporting = true;
         if (before.kind == StorageKind::TRACE) m_dumped += "TODO: TRACE THIS\n";
         dump(before);
@@ -166,7 +173,7 @@ private:
     /// Whoever is told may change the storage, and starts a chain of their own then.
     void dropOldest(std::size_t number)
     {
-        const Error oldest = m_storages[number].chain.front();
+        const Error oldest = std::move(m_storages[number].chain.front());
         m_storages[number].chain.erase(m_storages[number].chain.begin());
         if (m_storages[number].isReporting) return;
         const unsigned int changes = m_storages[number].changes;

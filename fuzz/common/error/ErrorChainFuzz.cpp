@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <CapturedStream.h>
@@ -26,7 +27,7 @@ using std::ErrorStorage;
 using support::slow::StorageKind;
 namespace slow = support::slow;
 
-constexpr unsigned int MOST_STEPS = 48;
+constexpr unsigned int MOST_STEPS = 32;
 constexpr int MOST_NESTED = 3; // of those who are told
 constexpr unsigned int MOST_STORAGES = 6;
 constexpr std::size_t REASON = 256; // bytes of a reason that is recorded from elsewhere
@@ -69,26 +70,27 @@ public:
     virtual void save() = 0;
     virtual void ack() = 0;
     virtual void clear() = 0;
-    virtual std::string state() = 0;
+    virtual void appendState(std::string& log) = 0;
     virtual std::string takePrinted() = 0;
 };
 
 class Program
 {
 public:
-    explicit Program(Input input) : m_input(input) {}
+    /// `log` is where all that is found is written; it outlives this object.
+    Program(Input input, std::string& log) : m_input(input), m_log(log) { m_log.clear(); }
 
-    std::string run(World& world)
+    void run(World& world)
     {
         m_world = &world;
         world.push(StorageKind::TELLING);
         while (m_steps < MOST_STEPS && !m_input.isEmpty()) {
             step(1);
-            m_log += world.state() + world.takePrinted();
+            world.appendState(m_log);
+            m_log += world.takePrinted();
         }
         while (world.depth() > 0)
             world.pop();
-        return m_log;
     }
 
     /// Those who are told go on with the program, in storages of their own or in the same one.
@@ -100,7 +102,7 @@ public:
         const std::size_t least = m_world->depth();
         for (unsigned int i = m_input.below(12); i > 0 && m_steps < MOST_STEPS; --i)
             step(least);
-        m_log += m_world->state();
+        m_world->appendState(m_log);
         while (m_world->depth() > least)
             m_world->pop();
         --m_nested;
@@ -149,7 +151,7 @@ private:
     World* m_world = nullptr;
     unsigned int m_steps = 0;
     int m_nested = 0;
-    std::string m_log;
+    std::string& m_log;
 };
 
 /// What ends up as the reason of `form`; the rest of the row is `type` and `id`.
@@ -174,9 +176,26 @@ slow::Error expectedOf(const Raise& raise)
     }
 }
 
-std::string shown(const std::string& reason, bool isAny, bool isPending)
+/// What can be seen of a storage, besides the types of its newest error and the list of reasons.
+struct State
 {
-    return std::string(isAny ? "error " : "none ") + (isPending ? "pending " : "") + reason + "\n";
+    bool isAny;
+    bool isPending;
+    std::string_view reason;
+    int id;
+    const char* file;
+    int line;
+    int count;
+};
+
+void append(const State& state, std::string& log)
+{
+    log += state.isAny ? "error " : "none ";
+    if (state.isPending) log += "pending ";
+    log.append(state.reason).append("\n").append(std::to_string(state.id)).append(" ");
+    log.append(state.file != nullptr ? state.file : "(null)").append(" ");
+    log.append(std::to_string(state.line)).append(" ");
+    log.append(std::to_string(state.count)).append(" ");
 }
 
 class ModelWorld : public World
@@ -217,17 +236,21 @@ public:
     void ack() override { m_errors.ack(); }
     void clear() override { m_errors.clear(); }
 
-    std::string state() override
+    void appendState(std::string& log) override
     {
+        static const slow::Error s_none{-1, 0, "", 0, ""};
         const std::vector<slow::Error>& chain = m_errors.chain();
         const bool isAny = !chain.empty();
-        const slow::Error last = isAny ? chain.back() : slow::Error{-1, 0, "", 0, ""};
-        std::string text = shown(last.reason, isAny, isAny && !m_errors.isAcknowledged());
-        text += std::to_string(last.id) + " " + (last.file != nullptr ? last.file : "(null)") +
-                " " + std::to_string(last.line) + " " + std::to_string(m_errors.count()) + " ";
+        const slow::Error& last = isAny ? chain.back() : s_none;
+        append({isAny, isAny && !m_errors.isAcknowledged(), last.reason, last.id, last.file,
+                last.line, m_errors.count()},
+               log);
         for (int type = 0; type < 3; ++type)
-            text += last.type == type ? "= " : last.type == 2 && type == 1 ? "< " : "- ";
-        return text + (isAny ? slow::reasonList(chain) : "\n");
+            log += last.type == type ? "= " : last.type == 2 && type == 1 ? "< " : "- ";
+        if (isAny)
+            slow::appendReasonList(chain, log);
+        else
+            log += "\n";
     }
     std::string takePrinted() override { return m_errors.takePrinted() + m_errors.takeDumped(); }
 
@@ -312,30 +335,29 @@ public:
     void ack() override { ErrorStorage::ack(); }
     void clear() override { m_storages.back()->clear(); }
 
-    std::string state() override
+    void appendState(std::string& log) override
     {
+        static const int s_process = getpid();
         const ErrorObject& last = *ErrorStorage::get();
         const bool isAny = ErrorStorage::isError(false);
-        const char* const file = ErrorStorage::file();
-        fuzz::require(last.m_process == (isAny ? getpid() : 0));
-        std::string text = shown(reasonOf(last), isAny, ErrorStorage::isError(true));
-        text += std::to_string(ErrorStorage::id()) + " " + (file != nullptr ? file : "(null)") +
-                " " + std::to_string(ErrorStorage::line()) + " " +
-                std::to_string(m_storages.back()->m_count) + " ";
+        fuzz::require(last.m_process == (isAny ? s_process : 0));
+        append({isAny, ErrorStorage::isError(true), reasonOf(last), ErrorStorage::id(),
+                ErrorStorage::file(), ErrorStorage::line(), m_storages.back()->m_count},
+               log);
         for (const std::ErrorType* type : TYPES) {
             const bool isSame = isAny && last.equals(*type);
-            text += isSame ? "= " : ErrorStorage::isA(*type) ? "< " : "- ";
+            log += isSame ? "= " : ErrorStorage::isA(*type) ? "< " : "- ";
         }
-        return text + zel_error.getReasonList();
+        log += zel_error.getReasonList();
     }
     std::string takePrinted() override { return m_printed.take() + m_dumped.take(); }
 
 private:
     /// A reason may fill its buffer.
-    static std::string reasonOf(const ErrorObject& error)
+    static std::string_view reasonOf(const ErrorObject& error)
     {
         const bool isOwn = error.reason() == error.m_buffer;
-        return isOwn ? std::string(error.m_buffer, strnlen(error.m_buffer, REASON))
+        return isOwn ? std::string_view(error.m_buffer, strnlen(error.m_buffer, REASON))
                      : error.reason();
     }
 
@@ -345,21 +367,20 @@ private:
     ErrorObject m_saved;
 };
 
-std::string runLibrary(const Input& input)
+void runLibrary(const Input& input, std::string& log)
 {
     LibraryWorld world;
-    Program program(input);
+    Program program(input, log);
     s_program = &program;
-    std::string log = program.run(world);
+    program.run(world);
     s_program = nullptr;
-    return log;
 }
 
-std::string runModel(const Input& input)
+void runModel(const Input& input, std::string& log)
 {
-    Program program(input);
+    Program program(input, log);
     ModelWorld world(program);
-    return program.run(world);
+    program.run(world);
 }
 
 } // namespace
@@ -367,10 +388,14 @@ std::string runModel(const Input& input)
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const bool s_isSet = std::GlobalErrorHandler::atWarning(onWarning);
+    // Kept, as long texts are slow to make room for under a sanitizer.
+    static std::string s_expected;
+    static std::string s_found;
     fuzz::require(!s_isSet);
     std::GlobalErrorHandler::s_disable_abort = true;
     const Input input(data, size);
-    const std::string expected = runModel(input);
-    fuzz::requireSame(expected, runLibrary(input));
+    runModel(input, s_expected);
+    runLibrary(input, s_found);
+    fuzz::requireSame(s_expected, s_found);
     return 0;
 }

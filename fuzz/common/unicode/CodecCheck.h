@@ -7,6 +7,7 @@
 #define ZELCOMMON_FUZZ_CODECCHECK_H
 
 #include <algorithm>
+#include <optional>
 
 #include <Input.h>
 #include <support/LibraryText.h>
@@ -45,27 +46,35 @@ public:
     }
 
     /// Writes over a copy of the data.
-    void write(slow::Place at, unsigned int c) const
+    void write(slow::Place at, unsigned int c)
     {
-        slow::Bytes room = m_data;
-        const support::ExactBytes exact(m_data);
+        m_room = m_data;
+        if (!m_exactRoom) m_exactRoom.emplace(m_data);
+        std::copy(m_data.begin(), m_data.end(), m_exactRoom->data());
         std::unicode::Codec::Index index = indexOf(at);
-        const unsigned int result = slow::writeForward(m_encoding, room, at, c);
-        require(result == m_codec.write_forward(exact.data(), exact.size(), index, c));
-        require(isSame(at, index) && room == exact.copy());
+        const unsigned int result = slow::writeForward(m_encoding, m_room, at, c);
+        require(result ==
+                m_codec.write_forward(m_exactRoom->data(), m_exactRoom->size(), index, c));
+        require(isSame(at, index));
+        require(std::equal(m_room.begin(), m_room.end(), m_exactRoom->data()));
         require(slow::encodedBytes(m_encoding, c) == m_codec.encoded_bytes(c));
     }
 
     /// All of the above, at places and with numbers from `input`, at every byte, and of prefixes.
+    /// What goes over many characters begins at some bytes alone of a long input.
     static void run(slow::Encoding encoding, Input& input)
     {
         const slow::Place far = {input.number(), input.number()};
         const unsigned int n = input.number();
         const unsigned int c = input.number();
-        const CodecCheck check(encoding, input.rest());
-        for (unsigned int p = 0; p <= check.m_exact.size() + 4; ++p)
+        CodecCheck check(encoding, input.rest());
+        const unsigned int every = 1 + check.m_exact.size() / DENSE;
+        for (unsigned int p = 0; p <= check.m_exact.size() + 4; ++p) {
             check.atByte({far.chars, p}, n, c);
+            if (p % every == n % every) check.fromByte({far.chars, p}, n);
+        }
         check.atByte(far, n, c);
+        check.fromByte(far, n);
         check.place(n);
         check.prefixes(n);
     }
@@ -74,6 +83,7 @@ private:
     static constexpr unsigned int UNTOUCHED = 0xDEAD0001;
     static constexpr unsigned int MOST_PREFIXES = 32;
     static constexpr unsigned int LONGEST_CHARACTER = 6; // bytes
+    static constexpr unsigned int DENSE = 24;            // bytes up to which an input is short
 
     /// The end of each prefix in memory of exactly its size; of a long input, the last ones.
     void prefixes(unsigned int n) const
@@ -97,22 +107,28 @@ private:
         return at.chars == index.chars && at.bytes == index.bytes;
     }
 
-    void atByte(slow::Place at, unsigned int n, unsigned int c) const
+    void atByte(slow::Place at, unsigned int n, unsigned int c)
     {
         read(at);
         forward(at, 0);
         forward(at, 1);
         forward(at, n % 8);
-        forward(at, n);
-        place(at.bytes);
         write(at, c);
         write(at, slow::read(m_encoding, m_data, at));
+    }
+    void fromByte(slow::Place at, unsigned int n) const
+    {
+        forward(at, n);
+        place(at.bytes);
     }
 
     slow::Encoding m_encoding;
     const std::unicode::Codec& m_codec;
     slow::Bytes m_data;
     support::ExactBytes m_exact;
+    // Kept between writes, as memory is slow to come by under a sanitizer.
+    slow::Bytes m_room;
+    std::optional<support::ExactBytes> m_exactRoom;
 };
 
 } // namespace fuzz
