@@ -25,7 +25,8 @@ namespace {
 /// What the system log is asked.
 std::vector<std::string> s_systemLog;
 
-void noteMessage(int priority, const char* format, std::va_list values)
+[[gnu::format(printf, 2, 0)]] void noteMessage(int priority, const char* format,
+                                               std::va_list values)
 {
     char text[200];
     std::vsnprintf(text, sizeof text, format, values);
@@ -52,7 +53,7 @@ void syslog(int priority, const char* format, ...)
 }
 
 /// What a library that was built with checks calls instead.
-void __syslog_chk(int priority, int, const char* format, ...)
+[[gnu::format(printf, 3, 4)]] void __syslog_chk(int priority, int, const char* format, ...)
 {
     std::va_list values;
     va_start(values, format);
