@@ -31,6 +31,7 @@ public:
 
     using filebuf_base::DEFAULT_SIZE;
 
+    using filebuf_base::applyWindows;
     using filebuf_base::buffer;
     using filebuf_base::bufferSize;
     using filebuf_base::createBuffer;
@@ -102,6 +103,7 @@ protected:
     int writeBlock(const char* data, unsigned int size, unsigned int& written) override
     {
         note("write(" + std::string(data, size) + ")");
+        if (written != 0) note("dirty");
         const Write step = next(m_writes, Write{0, size, 0});
         written = step.count;
         if (step.error != 0) errno = step.error;

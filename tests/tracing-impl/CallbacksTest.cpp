@@ -254,6 +254,17 @@ TEST_F(Callbacks, Remove_ByTheCallbackItself_AnotherThreadHasLeftIt_DoesNotWait)
     EXPECT_FALSE(m_callbacks.call("shared", ""));
 }
 
+TEST_F(Callbacks, Call_PrintsNothing)
+{
+    const support::ChildResult child = support::runInChild([this] {
+        m_callbacks.add("restart", first);
+        EXPECT_TRUE(m_callbacks.call("restart", "now"));
+        EXPECT_EQ("first(0, 'now')", takeCalls());
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+    EXPECT_EQ("", child.err);
+}
+
 TEST_F(Callbacks, Call_Throws_IsToldAndCountsAsMade)
 {
     const support::ChildResult child = support::runInChild([this] {

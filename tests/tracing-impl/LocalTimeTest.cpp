@@ -197,6 +197,18 @@ TEST(LocalTime, LocalSeconds_BeyondTheCalendar_KeepsTheOffset)
     EXPECT_EQ(0, child.exitCode) << child.out;
 }
 
+TEST(LocalTime, Forget_AlsoTheOffsetOfThisMoment)
+{
+    const ChildResult child = support::runInChild([] {
+        const std::time_t now = std::time(nullptr);
+        setZone("UTC");
+        EXPECT_EQ(now, localSeconds(now));
+        setZone("NPT-5:45");
+        EXPECT_EQ(now + 20700, localSeconds(now));
+    });
+    EXPECT_EQ(0, child.exitCode) << child.out;
+}
+
 TEST(LocalTime, Forget_AsksForTheOffsetAnew)
 {
     const ChildResult child = support::runInChild([] {

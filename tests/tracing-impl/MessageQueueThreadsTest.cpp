@@ -231,6 +231,27 @@ TEST(MessageQueueThreads, WaitUntilWritten_MessageIsUnderWay_Waits)
     }
 }
 
+TEST(MessageQueueThreads, WaitUntilWritten_AnotherMessageIsUnderWay_WaitsAgain)
+{
+    for (int round = 0; round < 100; ++round) {
+        MessageQueue queue(1);
+        std::atomic<bool> isWritten{false};
+        std::thread popping([&] {
+            EXPECT_EQ("ab", popMany(queue, 2));
+            std::this_thread::yield();
+            isWritten = true;
+            EXPECT_EQ("(end)", pop(queue));
+        });
+        push(queue, "a");
+        queue.waitUntilWritten();
+        push(queue, "b");
+        queue.waitUntilWritten();
+        EXPECT_TRUE(isWritten);
+        queue.close();
+        popping.join();
+    }
+}
+
 TEST(MessageQueueThreads, WaitUntilWritten_SeveralThreads_AllReturn)
 {
     MessageQueue queue(8);

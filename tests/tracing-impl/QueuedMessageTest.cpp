@@ -266,6 +266,17 @@ TEST_F(QueuedMessage, MoveTo_OnTheSpot)
     expectMoved(ROOM - 15, false);
 }
 
+TEST_F(QueuedMessage, MoveTo_OnTheSpot_TakesTheTextsAlong)
+{
+    Queued from;
+    Queued to;
+    fill(from, 10);
+    from.moveTo(to);
+    EXPECT_TRUE(isOnTheSpot(to, to.message().path));
+    EXPECT_TRUE(isOnTheSpot(to, to.message().threadName));
+    EXPECT_TRUE(isOnTheSpot(to, to.message().payload));
+}
+
 TEST_F(QueuedMessage, MoveTo_InABlock)
 {
     expectMoved(1000, false);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <support/Descriptors.h>
@@ -15,6 +16,7 @@ namespace {
 
 using support::Descriptor;
 using support::runForked;
+using tracing::impl::awayFromStandard;
 using tracing::impl::StandardDescriptors;
 
 /// One letter for each standard stream: of those that are open "o", of the others "-".
@@ -49,6 +51,38 @@ int numberWithout(std::initializer_list<int> closed)
         }
         return states() == before ? number : 100;
     });
+}
+
+TEST(AwayFromStandard, HigherOneAndNone_Stay)
+{
+    const Descriptor low(open("/dev/null", O_RDWR | O_CLOEXEC));
+    const Descriptor higher(fcntl(low, F_DUPFD_CLOEXEC, 3));
+    EXPECT_EQ(static_cast<int>(higher), awayFromStandard(higher));
+    EXPECT_NE(-1, fcntl(higher, F_GETFD));
+    EXPECT_EQ(-1, awayFromStandard(-1));
+}
+
+TEST(AwayFromStandard, StandardOne_IsMovedBehindThem)
+{
+    const int next = nextNumber();
+    for (const int standard : {0, 1, 2})
+        EXPECT_EQ(next, runForked([standard] {
+                      const std::string before = states();
+                      const int moved = awayFromStandard(standard);
+                      if (fcntl(moved, F_GETFD) != FD_CLOEXEC) return 100;
+                      if (fcntl(standard, F_GETFD) != -1) return 101;
+                      return dup2(moved, standard) == standard && states() == before ? moved : 102;
+                  }));
+}
+
+TEST(AwayFromStandard, NoHigherOneLeft_IsClosed)
+{
+    EXPECT_EQ(0, runForked([] {
+                  const rlimit few = {3, 3};
+                  setrlimit(RLIMIT_NOFILE, &few);
+                  if (awayFromStandard(STDIN_FILENO) != -1) return 100;
+                  return fcntl(STDIN_FILENO, F_GETFD) == -1 ? 0 : 101;
+              }));
 }
 
 TEST(StandardDescriptors, AllThere_ChangesNothing)

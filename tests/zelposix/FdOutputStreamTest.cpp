@@ -68,6 +68,16 @@ TEST(FdOutputStream, File_FilledBufferIsOutAtOnce)
     EXPECT_EQ("abcdefgh", file.content());
 }
 
+TEST(FdOutputStream, File_DefaultBufferIsFilledBy4096Bytes)
+{
+    const File file;
+    zel::FdOutputStream output(file);
+    EXPECT_EQ("1 4095", writeText(output, std::string(4095, 'a')));
+    EXPECT_EQ("", file.content());
+    EXPECT_EQ("1 1", writeText(output, "b"));
+    EXPECT_EQ(4096U, file.content().size());
+}
+
 TEST(FdOutputStream, File_LargeBlockAndAllBytes)
 {
     const std::string block = std::string(70000, 'a') + std::string(1, '\0') + "\xFF\x80\r\n";

@@ -168,6 +168,32 @@ TEST_F(FileBufFailures, Commit_OfALostDescriptor_Fails)
     EXPECT_TRUE(file.close() == nullptr);
 }
 
+/// What a derived class calls.
+struct Primitives : zel::FileBuf
+{
+    using FileBuf::closeFile;
+    using FileBuf::readBlock;
+    using FileBuf::seekFile;
+    using FileBuf::writeBlock;
+};
+
+TEST_F(FileBufFailures, Primitives_ReturnMinusOne)
+{
+    Primitives file;
+    char text[4] = {};
+    int count = 7;
+    unsigned int written = 7;
+    std::streampos position(7);
+    EXPECT_EQ(-1, file.readBlock(text, 4, count));
+    EXPECT_EQ(-1, file.writeBlock(text, 4, written));
+    EXPECT_EQ(-1, file.seekFile(0, ios_base::beg, position));
+    EXPECT_EQ(-1, file.closeFile());
+    EXPECT_EQ("1 close failed: Bad file descriptor (errno 9)", takeError());
+    EXPECT_EQ(0, count);
+    EXPECT_EQ(0U, written);
+    EXPECT_EQ(std::streampos(7), position);
+}
+
 TEST_F(FileBufFailures, WithoutAFile_EverythingIsRefused)
 {
     char text[4] = {};

@@ -43,6 +43,14 @@ protected:
         if (file.open(name(), mode) == nullptr) return takeError();
         return std::filesystem::exists(m_name) ? "made" : "opened";
     }
+    /// What the descriptor of a file that is opened so can do, as the system knows it.
+    int accessOf(ios_base::openmode mode)
+    {
+        give("");
+        zel::FileBuf file;
+        EXPECT_TRUE(file.open(name(), mode) == &file);
+        return fcntl(descriptorOf(m_name), F_GETFL) & O_ACCMODE;
+    }
     /// What a mode does to the file "0123456789", as far as it lets one: a read of three, a seek
     /// to 6, a write of "ab", a seek to 8 and a read of all. Told as what was read, "|" and the
     /// file.
@@ -157,6 +165,19 @@ TEST_F(FileBufModes, Ate_OfAPipe_FailsAndLeavesNothingOpen)
     EXPECT_EQ("3 lseek failed: Illegal seek (errno 29)", takeError());
     EXPECT_FALSE(file.is_open());
     EXPECT_TRUE(file.open(name(), IN | OUT) == &file);
+}
+
+TEST_F(FileBufModes, Descriptor_CanNoMoreThanIsAskedFor)
+{
+    EXPECT_EQ(O_RDONLY, accessOf(IN));
+    EXPECT_EQ(O_WRONLY, accessOf(OUT));
+    EXPECT_EQ(O_WRONLY, accessOf(OUT | TRUNC));
+    EXPECT_EQ(O_WRONLY, accessOf(APP));
+    EXPECT_EQ(O_WRONLY, accessOf(OUT | APP));
+    EXPECT_EQ(O_RDWR, accessOf(IN | OUT));
+    EXPECT_EQ(O_RDWR, accessOf(IN | OUT | TRUNC));
+    EXPECT_EQ(O_RDWR, accessOf(IN | APP));
+    EXPECT_EQ(O_RDWR, accessOf(IN | OUT | APP));
 }
 
 TEST_F(FileBufModes, Binary_ChangesNothing)

@@ -262,6 +262,15 @@ TEST(Filebuf, Uflow_ReplacedUnderflowIsAsked)
     EXPECT_EQ("a|b", file.getArea());
 }
 
+TEST(Filebuf, ApplyWindows_NotOpenForReading_LeavesNoGetArea)
+{
+    BufferedFile file(OUT, 4);
+    file.applyWindows(3);
+    EXPECT_EQ("|", file.getArea());
+    EXPECT_EQ("none", file.putArea());
+    EXPECT_EQ("r", file.state());
+}
+
 TEST(Filebuf, CountBeyondTheSizeIsAllOfIt)
 {
     BufferedFile file(IN, 4);

@@ -42,15 +42,23 @@ const unsigned char* bytesOf(const std::string& text)
     return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-/// Returns how much is left of the first `size` bytes of `text`, beside as many of another one.
+/// Returns how much is left of the first `size` bytes of `text`, beside `otherSize` of another one.
 template <typename Encoding>
-std::ptrdiff_t leftOf(const std::string& text, unsigned int size, unsigned int chars)
+std::ptrdiff_t leftBeside(const std::string& text, unsigned int size, unsigned int otherSize,
+                          unsigned int chars)
 {
     const unsigned char* const from = bytesOf(text);
-    textcore::Course<const unsigned char> at{from, from + size, from, from + size, chars};
+    textcore::Course<const unsigned char> at{from, from + size, from, from + otherSize, chars};
     textcore::PairedWalk<TakeAll, Encoding, Encoding>::walk(at);
     EXPECT_EQ(at.from, at.to);
     return at.fromEnd - at.from;
+}
+
+/// The same, beside as many.
+template <typename Encoding>
+std::ptrdiff_t leftOf(const std::string& text, unsigned int size, unsigned int chars)
+{
+    return leftBeside<Encoding>(text, size, size, chars);
 }
 
 std::string repeated(const std::string& character, int count)
@@ -78,6 +86,32 @@ TEST(PairedWalk, LeavesAWholeUnit_WhereTheLastOneIsCut)
     const std::string wide = repeated(std::string("a\0\0\0", 4), 200);
     EXPECT_EQ(4, leftOf<Ucs4Encoding>(wide, 4 * 25, UINT_MAX));
     EXPECT_EQ(67, leftOf<Ucs4Encoding>(wide, 4 * 24 + 3, UINT_MAX));
+}
+
+TEST(PairedWalk, StaysBeforeTheEnd_OneCharacterOfTwoBytesAtATime)
+{
+    for (const unsigned int size : {50U, 52U, 300U, 302U})
+        EXPECT_EQ(16, leftOf<Utf8Encoding>(repeated("\u00FC", 200), size, UINT_MAX)) << size;
+}
+
+TEST(PairedWalk, StaysBeforeBothEnds)
+{
+    const std::string text = repeated("\u20AC", 100);
+    EXPECT_EQ(6, leftBeside<Utf8Encoding>(text, 150, 300, UINT_MAX));
+    EXPECT_EQ(156, leftBeside<Utf8Encoding>(text, 300, 150, UINT_MAX));
+}
+
+TEST(PairedWalk, StaysBeforeTheEnd_BehindBlocksOfAscii)
+{
+    const std::string text = repeated("a", 56) + repeated("\u20AC", 20);
+    EXPECT_EQ(9, leftOf<Utf8Encoding>(text, 56 + 9, UINT_MAX));
+    EXPECT_EQ(1, leftOf<Utf8Encoding>(text, 56 + 1, UINT_MAX));
+}
+
+TEST(PairedWalk, GoesOn_RunsOfOneCharacter)
+{
+    EXPECT_EQ(14, leftOf<Utf8Encoding>(repeated("\u20AC\U0001F600", 100), 350, UINT_MAX));
+    EXPECT_EQ(15, leftOf<Utf8Encoding>(repeated("\u00FC\u20AC", 100), 350, UINT_MAX));
 }
 
 TEST(PairedWalk, LeavesACharacter)

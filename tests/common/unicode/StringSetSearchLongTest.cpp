@@ -5,6 +5,8 @@
 
 #include <common/unicode/String.h>
 
+#include <string>
+
 #include <gtest/gtest.h>
 #include <support/LongText.h>
 #include <support/TextPair.h>
@@ -50,6 +52,16 @@ void expectSameEverywhere(const TextPair& text, const TextPair& set, LongText& r
     const unsigned int count = text.model.count;
     for (const unsigned int steps : {0u, random.below(count + 1), count - 1, count})
         ASSERT_NO_FATAL_FAILURE(expectSame(text, set, PlacePair(text, steps)));
+}
+
+TEST(StringSetSearchLong, FindLastOf_BehindALongRun_StaysBeforeThePlace)
+{
+    std::string bytes(1000, 'x');
+    bytes[10] = bytes[600] = ';';
+    const String text(bytes);
+    for (const unsigned int before : {65U, 75U, 100U, 200U, 400U, 599U, 600U})
+        EXPECT_EQ(10U, text.find_last_of(";", {&text, {before, before}}).position.chars) << before;
+    EXPECT_EQ(600U, text.find_last_of(";", {&text, {601, 601}}).position.chars);
 }
 
 TEST(StringSetSearchLong, MemberAtEveryPlace)

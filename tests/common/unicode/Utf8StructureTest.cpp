@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <support/GuardedBytes.h>
 #include <support/Random.h>
 #include <support/SlowCodec.h>
 
@@ -22,12 +23,16 @@ template <typename Lanes>
 class Utf8Structure : public testing::Test
 {
 protected:
-    /// Returns what is proved of `bytes`, from a block of exact size.
+    /// Returns what is proved of `bytes`, beside which there is nothing.
     template <Accept ACCEPT = Accept::STRUCTURED>
     static TextRun prove(const Bytes& bytes)
     {
-        const textcore::Bytes text{bytes.data(), static_cast<unsigned int>(bytes.size())};
-        return textcore::Utf8Structure<Lanes, ACCEPT>(text).prove();
+        static support::GuardedBytes s_memory(8192);
+        const auto size = static_cast<unsigned int>(bytes.size());
+        using Proof = textcore::Utf8Structure<Lanes, ACCEPT>;
+        const TextRun run = Proof({s_memory.atBeginning(bytes), size}).prove();
+        EXPECT_EQ(run.bytes, Proof({s_memory.atEnd(bytes), size}).prove().bytes);
+        return run;
     }
     template <Accept ACCEPT = Accept::STRUCTURED>
     static TextRun prove(const std::string& text)
@@ -134,6 +139,16 @@ TYPED_TEST(Utf8Structure, Prove_OfALeadAtTheEnd_LeavesItOut)
         }
 }
 
+TYPED_TEST(Utf8Structure, Prove_CutCharacterBeforeAscii_EndsBeforeIt)
+{
+    for (const char* const cut : {"\xC3", "\xE6\x80", "\xF0\x9F\x80", "\xF0\x9F"})
+        for (int count = 0; count <= 150; ++count) {
+            const TextRun run = this->prove(repeated("a", count) + cut + repeated("a", 300));
+            ASSERT_GE(static_cast<unsigned int>(count), run.bytes) << cut << " behind " << count;
+            EXPECT_EQ(run.bytes, run.chars);
+        }
+}
+
 TYPED_TEST(Utf8Structure, Prove_EndsBeforeWhatFails)
 {
     for (const char* const bad : {"\x80", "\xC3z", "\xE6\x95z", "\xF8\x88\x80\x80\x80", "\xFF"}) {
@@ -160,19 +175,36 @@ TYPED_TEST(Utf8Structure, Prove_PlainFour_PassesEmoji)
     EXPECT_EQ(run.bytes / 4, run.chars);
 }
 
+// The others are decoded: they may be overlong, or surrogates.
+TYPED_TEST(Utf8Structure, Prove_Plain_PassesEachLeadButSome)
+{
+    for (unsigned int lead = 0xC0; lead <= 0xEF; ++lead) {
+        Bytes bytes;
+        for (int i = 0; i < 100; ++i) {
+            bytes.push_back(static_cast<unsigned char>(lead));
+            bytes.insert(bytes.end(), lead < 0xE0 ? 1 : 2, 0x80);
+        }
+        const bool isPassed = (lead >= 0xC2 && lead <= 0xDF) || (lead >= 0xE2 && lead <= 0xEB);
+        const TextRun run = this->template prove<Accept::PLAIN>(bytes);
+        EXPECT_EQ(isPassed ? bytes.size() : 0, run.bytes) << lead;
+        EXPECT_EQ(isPassed ? 100U : 0, run.chars) << lead;
+    }
+}
+
 // What is longer than its value needs, above what is assigned, or counts as a surrogate is not
 // plain.
 TYPED_TEST(Utf8Structure, Prove_EveryBeginningOfFourBytes)
 {
     for (unsigned int lead = 0xEF; lead <= 0xF8; ++lead)
         for (unsigned int second = 0x80; second <= 0xC0; ++second)
-            for (const std::size_t before : {0u, 4u, 7u, 14u, 15u, 60u}) {
-                Bytes bytes(before, 'a');
-                for (const unsigned int byte : {lead, second, 0xA0u, 0x80u})
-                    bytes.push_back(static_cast<unsigned char>(byte));
-                bytes.resize(80, 'a');
-                this->expectSlowCount(bytes);
-            }
+            for (const std::size_t before : {0u, 4u, 7u, 14u, 15u, 60u})
+                for (const unsigned int third : {0xA0u, 0xBFu}) {
+                    Bytes bytes(before, 'a');
+                    for (const unsigned int byte : {lead, second, third, 0x80u})
+                        bytes.push_back(static_cast<unsigned char>(byte));
+                    bytes.resize(80, 'a');
+                    this->expectSlowCount(bytes);
+                }
 }
 
 TYPED_TEST(Utf8Structure, Prove_EveryBeginningOfThreeBytes)
