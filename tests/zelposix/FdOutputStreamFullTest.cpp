@@ -188,12 +188,28 @@ TEST(FileSizeLimit, Flush_WritesTheRestLaterAndNothingTwice)
 
 constexpr int NO_MOUNT = 77;
 
+bool writeTo(const char* name, const std::string& text)
+{
+    const support::Descriptor file(open(name, O_WRONLY | O_CLOEXEC));
+    return write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+/// Gives this process mounts of its own. Who is not root becomes the root of a world of its own,
+/// where its own files must have an owner.
+bool leaveMounts()
+{
+    if (unshare(CLONE_NEWNS) == 0) return true;
+    const std::string user = "0 " + std::to_string(getuid()) + " 1";
+    const std::string group = "0 " + std::to_string(getgid()) + " 1";
+    return unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && writeTo("/proc/self/setgroups", "deny") &&
+           writeTo("/proc/self/uid_map", user) && writeTo("/proc/self/gid_map", group);
+}
+
 /// Mounts a file system of 16 KiB on `directory`, for this process alone. Where nobody may do so,
 /// ends it with NO_MOUNT.
 void mountSmall(const std::string& directory)
 {
-    const bool isApart = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
-    if (!isApart || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (!leaveMounts() || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         mount("none", directory.c_str(), "tmpfs", 0, "size=16k") != 0)
         _exit(NO_MOUNT);
 }
