@@ -144,6 +144,17 @@ TEST(StringSetSearchLong, SizeIsNotWhatDecodes)
     }
 }
 
+// Two halves count as two characters: what is counted is more than the bytes that are left.
+TEST(StringSetSearchLong, CountsMoreThanItHas_StaysInside)
+{
+    String text;
+    for (int i = 0; i < 300; ++i)
+        text = text + String::fromUtf8("\xF0\x9F") + String::fromUtf8("\x98\x80");
+    text = text + String("x") * 1000;
+    ASSERT_EQ(1900u, text.size());
+    EXPECT_EQ(text.end(), text.find_first_of(String("yz")));
+}
+
 // A part of a text has its bytes, also those of its last character that the part's size leaves out.
 TEST(StringSetSearchLong, StopsAtTheSize)
 {
