@@ -67,8 +67,8 @@ constexpr auto each(unsigned int value)
     return static_cast<Element>(~Element(0) / static_cast<Unit>(~Unit(0)) * value);
 }
 
-// These sizes are those of types: the C library's checked variant has nothing to check, but keeps the
-// compiler from taking several units at a time.
+// These sizes are those of types: the C library's checked variant has nothing to check, but keeps
+// the compiler from taking several units at a time.
 template <typename Lanes>
 Lanes load(const unsigned char* from)
 {
