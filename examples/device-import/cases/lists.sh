@@ -108,7 +108,7 @@ run no-final-newline /dev/stdin < <(printf '%s;Fan coil;1F/Room 101;50' "$(numbe
 run nul-bytes /dev/stdin < <(nul_bytes)
 run odd-bytes /dev/stdin < <(odd_bytes)
 run limits /dev/stdin < <(limits)
-run most-lines /dev/stdin < <(yes '#' | head -n 1048576)
+run_long most-lines /dev/stdin < <(yes '#' | head -n 1048576)
 silent=(/dev/stdin /dev/stdin /dev/stdin /dev/stdin /dev/stdin /dev/stdin /dev/stdin /dev/stdin)
 run time --time devices.csv clean.csv
 run time-one-by-one --storage stdout --time missing.csv clean.csv
@@ -120,7 +120,7 @@ run timeout-one-by-one --storage stdout --timeout 3000 clean.csv /dev/stdin clea
 run timeout-zero --timeout=0 clean.csv
 run timeout-no-number --timeout=20s clean.csv
 run timeout-too-long --timeout=2147483648 clean.csv
-run too-many-lines /dev/stdin < <(yes '#' | head -n 1048577)
+run_long too-many-lines /dev/stdin < <(yes '#' | head -n 1048577)
 
 # The same list in each encoding, with the same output.
 run encodings --find= /dev/stdin < offices-utf-8.csv
