@@ -133,7 +133,7 @@ TEST_F(SystemCall, Open_SeekToTheEndFails_ClosesTheFile)
     EXPECT_EQ(-1, descriptorOf(name()));
 }
 
-TEST_F(SystemCall, Open_SeekToTheEndAndCloseFail_TellsOfBothAndClosesOnce)
+TEST_F(SystemCall, Open_SeekToTheEndFails_CanBeOpenedAgain)
 {
     FileBuf file;
     {

@@ -133,7 +133,7 @@ TEST_F(FileSink, Write_IsThereAtOnce)
 
 TEST_F(FileSink, Fork_ChildrenEndThroughExit_NoLineIsThereTwice)
 {
-    constexpr int FORKS = 300;
+    constexpr int FORKS = 100;
     const SinkPtr sink = make(std::size_t(1024) * 1024 * 1024);
     std::atomic<bool> isDone{false};
     std::string expected;

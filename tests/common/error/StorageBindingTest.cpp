@@ -24,6 +24,8 @@ namespace {
 /// What the replaced call below answers once it has worked `s_bindingsLeft` times; 0 lets it work.
 int s_bindingResult = 0;
 int s_bindingsLeft = 0;
+/// Whether nothing can be bound in any case.
+bool s_bindsNothing = false;
 
 } // namespace
 
@@ -33,7 +35,8 @@ extern "C" int pthread_setspecific(pthread_key_t key, const void* value) noexcep
     using Function = int (*)(pthread_key_t, const void*);
     static const Function s_system =
         reinterpret_cast<Function>(dlsym(RTLD_NEXT, "pthread_setspecific"));
-    if (s_bindingResult != 0 && s_bindingsLeft-- <= 0) return s_bindingResult;
+    const bool fails = s_bindingResult != 0 && !(s_bindsNothing && value == nullptr);
+    if (fails && s_bindingsLeft-- <= 0) return s_bindingResult;
     return s_system(key, value);
 }
 
@@ -155,6 +158,25 @@ TEST(StorageBinding, StorageOfTheUserCannotBeBound_TheOneBeforeStaysActive)
     });
     EXPECT_EQ(0, result.exitCode) << result.out;
     EXPECT_EQ("", result.err);
+}
+
+TEST(StorageBinding, StorageBeforeCannotBeBound_NoneIsActive)
+{
+    const ChildResult result = runInChild([] {
+        s_bindsNothing = true;
+        alignas(ErrorStorage) unsigned char memory[sizeof(ErrorStorage)];
+        new (memory) ErrorStorage(nullptr); // does not end
+        {
+            const ErrorStorage inner(nullptr);
+            s_start(CommonError, 5, "width");
+            s_bindingResult = ENOMEM;
+        }
+        s_bindingResult = 0;
+        EXPECT_FALSE(ErrorStorage::isError(false));
+        s_start(CommonError, 5, "depth");
+    });
+    EXPECT_EQ(0, result.exitCode) << result.out;
+    EXPECT_EQ(missingStorage(result, "Invalid parameter: depth"), result.err);
 }
 
 TEST(StorageBinding, TlsSetFailsAndAbortIsDisabled_KeepsTheOldValue)

@@ -138,7 +138,7 @@ private:
 
     ZEL_LOCAL static ErrorStorage* active();
     ZEL_LOCAL static ErrorStorage* own();
-    ZEL_LOCAL static void activate(ErrorStorage* storage);
+    ZEL_LOCAL static bool activate(ErrorStorage* storage);
     ZEL_LOCAL static ErrorObject* current();
     ZEL_LOCAL static char* record(const Entry& entry, bool& noStorage);
     ZEL_LOCAL static bool recordPlain(const ErrorOutput& place, const ErrorType& type, int id,

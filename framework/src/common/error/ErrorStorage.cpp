@@ -57,7 +57,9 @@ ErrorStorage::~ErrorStorage()
     // Once the slot is gone, no storage is active and the order means nothing.
     if (!errorcore::s_slotUsable.load(memory_order_relaxed)) return;
     errorcore::assertAt(DESTRUCTOR_SITE, active() == this, "tls.get()==this");
-    if (active() == this || leaveChain()) activate(m_previous);
+    if (active() != this && !leaveChain()) return;
+    // To bind nothing takes no memory: better no storage than one that is gone.
+    if (!activate(m_previous)) activate(nullptr);
 }
 
 char* ErrorStorage::add(bool raise, const ErrorType& type, int id, const char* file, int line,
@@ -130,10 +132,12 @@ bool ErrorStorage::isA(const ErrorType& type)
 }
 
 /// Makes `storage`, which may be null, the active one. Without memory for that the one before stays
-/// active, which is what a thread that cannot have a storage of its own is left with.
-void ErrorStorage::activate(ErrorStorage* storage)
+/// active, which is what a thread that cannot have a storage of its own is left with. Returns
+/// whether it is active.
+bool ErrorStorage::activate(ErrorStorage* storage)
 {
-    if (errorcore::s_slotUsable.load(memory_order_relaxed)) errorcore::s_slot.tls.set(storage);
+    return errorcore::s_slotUsable.load(memory_order_relaxed) &&
+           errorcore::s_slot.tls.set(storage) == nullptr;
 }
 
 /// Returns the newest error of the active storage, or null.
