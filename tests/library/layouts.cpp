@@ -52,6 +52,11 @@ static_assert(offsetof(tracing::SharedChannelEntry, channel) == 4);
 static_assert(sizeof(tracing::SharedChannelEntry) == 8 && sizeof(tracing::SharedChannelMap) == 24);
 static_assert(offsetof(tracing::SharedChannelPtr, m_channel) == 0);
 static_assert(offsetof(tracing::SharedChannelPtr, m_name) == 4);
+static_assert(offsetof(tracing::SharedChannelPtr, m_hasUse) == 28);
+static_assert(sizeof(tracing::SharedChannelPtr) == 32);
+static_assert(offsetof(tracing::ChannelList, m_channels) == 0);
+static_assert(offsetof(tracing::ChannelList, m_listener) == 12 &&
+              sizeof(tracing::ChannelList) == 16);
 static_assert(offsetof(tracing::TraceBuffer, m_channel) == 0);
 static_assert(offsetof(tracing::TraceBuffer, m_buffer) == 4);
 static_assert(offsetof(tracing::TraceBuffer, m_level) == 28 && sizeof(tracing::TraceBuffer) == 32);
@@ -75,8 +80,11 @@ static_assert(offsetof(std::unicode::String::Spliterator, m_separator) == 28);
 static_assert(offsetof(std::unicode::String::Spliterator, m_begin) == 56);
 static_assert(offsetof(std::unicode::String::Spliterator, m_end) == 68);
 static_assert(offsetof(std::unicode::String::Spliterator, m_isDone) == 80);
+static_assert(sizeof(std::unicode::String::Spliterator) == 84);
 
 // Streams and identifiers. A stream's fields stand behind its table.
+static_assert(offsetof(std::IBinStreamBase, blocking) == 4 && sizeof(std::IBinStreamBase) == 8);
+static_assert(sizeof(std::IBinInputStream) == 28 && sizeof(std::IBinOutputStream) == 28);
 static_assert(offsetof(std::IBinInputStream, readPos) == 4);
 static_assert(offsetof(std::IBinInputStream, readEnd) == 8);
 static_assert(offsetof(std::IBinInputStream, bufferSize) == 12);

@@ -148,15 +148,17 @@ TEST_F(SystemCall, Open_SeekToTheEndFails_CanBeOpenedAgain)
 // What a descriptor is decides how it is written to: one that cannot be asked is a file.
 TEST_F(SystemCall, Open_KindIsUnknown_Writes)
 {
-    FileBuf file;
-    {
-        const FailingCall failing("fstat", ENOMEM);
-        EXPECT_TRUE(file.open(name(), ios_base::out) == &file);
-        EXPECT_EQ(1, failing.calls());
+    for (const int code : {ENOMEM, EXDEV}) {
+        FileBuf file;
+        {
+            const FailingCall failing("fstat", code);
+            EXPECT_TRUE(file.open(name(), ios_base::out | ios_base::trunc) == &file);
+            EXPECT_EQ(1, failing.calls());
+        }
+        EXPECT_EQ(3, file.sputn("xyz", 3));
+        EXPECT_TRUE(file.close() == &file);
+        EXPECT_EQ("xyz", content());
     }
-    EXPECT_EQ(3, file.sputn("xyz", 3));
-    EXPECT_TRUE(file.close() == &file);
-    EXPECT_EQ("xyz", content());
 }
 
 TEST_F(SystemCall, Seek_Fails)

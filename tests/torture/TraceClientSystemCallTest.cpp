@@ -6,6 +6,7 @@
 #include "support/FailingCall.h"
 
 #include <cerrno>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -104,21 +105,24 @@ TEST_F(ControlSystemCall, Open_Fails)
     EXPECT_EQ("Read-only file system", openFailing("bind", EROFS));
     EXPECT_EQ("Address already in use", openFailing("listen", EADDRINUSE));
     EXPECT_EQ("Too many open files", openFailing("pipe2", EMFILE));
-    EXPECT_EQ("Invalid cross-device link", openFailing("pipe2", EXDEV));
+    for (const char* const call : {"socket", "fchmod", "bind", "listen", "pipe2"})
+        EXPECT_EQ("Invalid cross-device link", openFailing(call, EXDEV)) << call;
 }
 
 /// As `openFailing`, for what asks of the path before it is bound, and after.
 TEST_F(ControlSystemCall, Open_PathCannotBeLookedAt_LeavesNoFile)
 {
-    std::string reason;
-    {
-        ControlSocket control(m_target, m_watchers);
-        const FailingCall failing("lstat", EACCES, EACH_CALL);
-        EXPECT_FALSE(control.open(m_path, reason));
-        EXPECT_EQ(2, failing.calls());
+    for (const int code : {EACCES, EXDEV}) {
+        std::string reason;
+        {
+            ControlSocket control(m_target, m_watchers);
+            const FailingCall failing("lstat", code, EACH_CALL);
+            EXPECT_FALSE(control.open(m_path, reason));
+            EXPECT_EQ(2, failing.calls());
+        }
+        EXPECT_EQ(std::strerror(code), reason);
+        EXPECT_NE(0, access(m_path.c_str(), F_OK));
     }
-    EXPECT_EQ("Permission denied", reason);
-    EXPECT_NE(0, access(m_path.c_str(), F_OK));
 }
 
 /// Leaves a socket that nobody serves.
@@ -135,14 +139,15 @@ void abandon(const std::string& path)
 TEST_F(ControlSystemCall, Open_Abandoned_CannotBeTriedOrRemoved_IsRefusedAndStays)
 {
     abandon(m_path);
-    for (const char* const call : {"connect", "unlink"}) {
-        ControlSocket control(m_target, m_watchers);
-        std::string reason;
-        const FailingCall failing(call, EACCES);
-        EXPECT_FALSE(control.open(m_path, reason)) << call;
-        EXPECT_EQ("Address already in use", reason);
-        EXPECT_EQ(1, failing.calls());
-    }
+    for (const char* const call : {"connect", "unlink"})
+        for (const int code : {EACCES, EXDEV}) {
+            ControlSocket control(m_target, m_watchers);
+            std::string reason;
+            const FailingCall failing(call, code);
+            EXPECT_FALSE(control.open(m_path, reason)) << call;
+            EXPECT_EQ("Address already in use", reason);
+            EXPECT_EQ(1, failing.calls());
+        }
     EXPECT_EQ(0, access(m_path.c_str(), F_OK));
     EXPECT_EQ("ok\n", askAnew());
 }
@@ -154,6 +159,7 @@ TEST_F(ControlSystemCall, Accept_Fails_IsTriedAgain)
     EXPECT_EQ("ok\n", askFailing("accept4", ECONNABORTED, 3));
     EXPECT_EQ("ok\n", askFailing("accept4", EPERM, 3));
     EXPECT_EQ("ok\n", askFailing("accept4", EPROTO, 3));
+    EXPECT_EQ("ok\n", askFailing("accept4", EXDEV, 3));
 }
 
 TEST_F(ControlSystemCall, Accept_Crowded_IsTriedAgainAfterAPause)

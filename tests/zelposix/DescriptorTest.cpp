@@ -201,6 +201,13 @@ TEST(Socket, EachSendHasTheFlag)
               script.calls);
 }
 
+TEST(Socket, SendFailsWithAnyOtherCode)
+{
+    Script script{gives(2), fails(EXDEV)};
+    EXPECT_TRANSFER(2U, EXDEV, writeFive(SOCKET));
+    EXPECT_EQ("send(abcde,nosignal) send(cde,nosignal)", script.calls);
+}
+
 TEST(Pipe, HoldsTheSignalBackAroundEachWrite)
 {
     Script script{gives(3), gives(2)};
