@@ -78,7 +78,6 @@ public:
         if (point > MOST_POINTS) m_faults += "; too many";
         return std::to_string(point - 1) + " points" + m_faults;
     }
-    int runs() const { return m_runs; }
 
 private:
     /// Has all made that is made once and kept, by the library and by the runtime of the language.
@@ -139,7 +138,6 @@ private:
     /// Returns whether an exception escaped.
     bool runGuarded(Outcome& outcome)
     {
-        ++m_runs;
         try {
             outcome = m_body();
         } catch (const Allowed&) {
@@ -157,7 +155,6 @@ private:
     const Body& m_body;
     std::string m_faults;
     int m_usual = 0;
-    int m_runs = 0;
 };
 
 /// Fails the attempts of the calling thread. `Allowed` may escape from `body` when it does.
@@ -238,7 +235,6 @@ int endOfChild(const Body& body, int point, int count)
 template <typename Body>
 std::string tortureToDeath(const Body& body)
 {
-    std::string faults;
     int survived = 0;
     int point = 1;
     for (; point < MOST_POINTS; ++point) {
@@ -248,7 +244,7 @@ std::string tortureToDeath(const Body& body)
         if (alone == SURVIVED_RIGHT) ++survived;
         for (const int end : {alone, andOn}) {
             if (end == SURVIVED_RIGHT || end == FAULT_AT_NULL + point) continue;
-            return faults + "point " + std::to_string(point) + " ended with " + std::to_string(end);
+            return "point " + std::to_string(point) + " ended with " + std::to_string(end);
         }
     }
     return std::to_string(point - 1) + " points, " + std::to_string(survived) + " survived";

@@ -6,6 +6,7 @@
 #define ZELCOMMON_TESTS_SUPPORT_CONTROLTOOL_H
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -20,7 +21,19 @@
 
 #include <tracing-impl/RemoteTarget.h>
 
+#include "support/Descriptors.h"
+
 namespace support {
+
+/// Leaves a socket behind that nobody serves.
+inline void abandonSocket(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const Descriptor fd(::socket(AF_UNIX, SOCK_STREAM, 0));
+    if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) std::abort();
+}
 
 /// Has the channels "net" and "net_tcp" and the callback "restart"; writes down what it is asked.
 class RecordingTarget : public tracing::impl::RemoteTarget

@@ -13,7 +13,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <tracing-impl/ControlSocket.h>
 #include <tracing-impl/Watchers.h>
 #include <unistd.h>
@@ -125,20 +124,9 @@ TEST_F(ControlSystemCall, Open_PathCannotBeLookedAt_LeavesNoFile)
     }
 }
 
-/// Leaves a socket that nobody serves.
-void abandon(const std::string& path)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-    EXPECT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-    close(fd);
-}
-
 TEST_F(ControlSystemCall, Open_Abandoned_CannotBeTriedOrRemoved_IsRefusedAndStays)
 {
-    abandon(m_path);
+    support::abandonSocket(m_path);
     for (const char* const call : {"connect", "unlink"})
         for (const int code : {EACCES, EXDEV}) {
             ControlSocket control(m_target, m_watchers);

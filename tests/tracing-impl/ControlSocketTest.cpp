@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <support/ControlTool.h>
@@ -40,15 +39,6 @@ protected:
     {
         std::string reason = "none";
         return socket.open(m_path, reason) ? "served" : reason;
-    }
-    /// Leaves a socket behind that nobody serves.
-    void abandon() const
-    {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        m_path.copy(address.sun_path, sizeof address.sun_path - 1);
-        const support::Descriptor fd(::socket(AF_UNIX, SOCK_STREAM, 0));
-        ASSERT_EQ(0, bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address));
     }
 
     const mode_t m_umask = umask(0);
@@ -117,7 +107,7 @@ TEST_F(ControlSocketTest, Destruction_HangsUp)
 
 TEST_F(ControlSocketTest, Open_Abandoned_IsReplaced)
 {
-    abandon();
+    support::abandonSocket(m_path);
     ControlSocket socket(m_target, m_watchers);
     ASSERT_EQ("served", open(socket));
     EXPECT_EQ(mode_t(S_IFSOCK | 0600), modeOf(m_path));
