@@ -44,6 +44,32 @@ TEST(TextAllocationTorture, NewTexts)
               tortureToDeath([] { return rightIf(String(97U).size() == 1); }));
 }
 
+TEST(TextAllocationTorture, NewTextsOfStandardStrings)
+{
+    const std::string narrow = "ab,cd";
+    const std::wstring wide = L"ab,cd";
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([&] { return rightIf(String(narrow) == s_text); }));
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([&] { return rightIf(String(wide) == s_text); }));
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([&] { return rightIf(String(UTF16BE, narrow) == s_text); }));
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([&] { return rightIf(String(UTF16BE, wide).size() == 1); }));
+}
+
+TEST(TextAllocationTorture, NewTextsOfACodec)
+{
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([] { return rightIf(String(UTF16BE).empty()); }));
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([] { return rightIf(String(UTF16BE, 0x20ACU).size() == 1); }));
+    EXPECT_EQ("1 points, 0 survived",
+              tortureToDeath([] { return rightIf(String(UTF16BE, L"ab,cd") == s_text); }));
+    EXPECT_EQ("0 points, 0 survived",
+              tortureToDeath([] { return rightIf(String(s_text.buffer(), UTF8) == s_text); }));
+}
+
 TEST(TextAllocationTorture, ConvertedTexts)
 {
     EXPECT_EQ("1 points, 0 survived",

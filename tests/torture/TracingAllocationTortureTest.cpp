@@ -212,6 +212,25 @@ TEST(TracingAllocationTorture, TraceBuffer)
               }));
 }
 
+TEST(TracingAllocationTorture, TraceBuffer_PiecesWithoutALevel)
+{
+    Channel channel("net", 0, 0);
+    channel.setFilterLevel(0);
+    const std::string first = s_long.substr(0, 20);
+    const std::string second = s_long.substr(20, 20);
+    EXPECT_EQ("3 points", torture([&] {
+                  ComparingClient client;
+                  channel.m_client = &client;
+                  TraceBuffer line(&channel);
+                  line.setf(3, "%s", first.c_str());
+                  line.append(second.c_str());
+                  line.appendf("%s", s_long.c_str() + 40);
+                  line.print();
+                  const bool isWhole = client.messages == 1 && client.isRight;
+                  return rightOrRefused(isWhole, client.messages == 0 || !client.isRight);
+              }));
+}
+
 TEST(TracingAllocationTorture, WithoutAClientLibrary)
 {
     EXPECT_EQ("0 points", support::tortureInChild([] {

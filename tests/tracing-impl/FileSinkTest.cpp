@@ -6,15 +6,18 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <common/tracing/Levels.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <tracing-impl/LocalTime.h>
 #include <unistd.h>
 
@@ -129,6 +132,43 @@ TEST_F(FileSink, Write_IsThereAtOnce)
     EXPECT_EQ(lineOf("a"), contentOf(m_path));
     write(*sink, "b");
     EXPECT_EQ(lineOf("a") + lineOf("b"), contentOf(m_path));
+}
+
+/// Sets how many descriptors the process may have. Returns how many it could have before.
+rlim_t limitDescriptors(rlim_t count)
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t before = std::exchange(limit.rlim_cur, count);
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0) std::abort();
+    return before;
+}
+
+bool isWritten(Sink& sink, const std::string& text)
+{
+    try {
+        write(sink, text);
+    } catch (const std::exception&) {
+        return false;
+    }
+    return true;
+}
+
+TEST_F(FileSink, BegunAnew_CannotBeOpened_RefusesUntilItCan)
+{
+    EXPECT_EQ(0, support::runForked([this] {
+                  const SinkPtr sink = make(100);
+                  write(*sink, std::string(60, 'a'));
+                  const rlim_t before = limitDescriptors(0);
+                  if (isWritten(*sink, std::string(60, 'b'))) return 1;
+                  if (isWritten(*sink, "c")) return 2;
+                  sink->flush();
+                  limitDescriptors(before);
+                  while (!isWritten(*sink, "d")) {} // it is left alone for a while
+                  return 0;
+              }));
+    EXPECT_EQ(lineOf(std::string(60, 'a')), contentOf(m_oldPath));
+    EXPECT_EQ(lineOf("d"), contentOf(m_path));
 }
 
 TEST_F(FileSink, Fork_ChildrenEndThroughExit_NoLineIsThereTwice)

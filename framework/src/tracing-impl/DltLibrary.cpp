@@ -31,6 +31,7 @@ DltLibrary& DltLibrary::instance()
 
 bool DltLibrary::start(const std::string& processName)
 {
+    const std::string id = DltIds().take(processName); // without memory for it DLT does not start
     const zel::ScopedLock lock(m_mutex);
     const SignalGuard guard; // for DLT's threads
     const StandardDescriptors standard;
@@ -40,7 +41,6 @@ bool DltLibrary::start(const std::string& processName)
     dlt_set_resend_timeout_atexit(NO_WAIT);
     // Later than DLT's own, to be called before it.
     if (!m_hasExitHandler) m_hasExitHandler = std::atexit(processExits) == 0;
-    const std::string id = DltIds().take(processName);
     m_isRunning =
         m_hasExitHandler && dlt_register_app(id.c_str(), processName.c_str()) >= DLT_RETURN_OK;
     if (!m_isRunning) dlt_free();

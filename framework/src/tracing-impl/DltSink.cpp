@@ -77,7 +77,10 @@ std::string textOf(const Message& message)
 {
     std::string text;
     if (message.hasStamp && !hasDltStamp(message)) text = "@" + std::to_string(message.stamp) + " ";
-    if ((message.modifiers & Modifiers::OBFUSCATE) == 0) return text.append(message.payload);
+    if ((message.modifiers & Modifiers::OBFUSCATE) == 0) {
+        text += message.payload;
+        return text;
+    }
     if (message.isRaw) text += "type " + std::to_string(message.messageType) + ", ";
     return text + std::to_string(message.payload.size()) + " bytes, obfuscated";
 }
@@ -162,7 +165,6 @@ private:
     };
 
     Entry& entryOf(std::string_view path, short level);
-    Entry& addEntry(const std::string& path);
 
     DltLibrary& m_library = DltLibrary::instance();
     DltRemote& m_remote;
@@ -204,27 +206,23 @@ void DltSink::channelChanged(const std::string& path, short level)
     m_library.use([&] { entryOf(path, level); });
 }
 
-/// Returns the entry of a path. If it is not registered yet, that is tried, with `level`.
+/// Returns the entry of a path. What is not there of it yet is tried, with `level`; without memory
+/// for that, the next time.
 DltSink::Entry& DltSink::entryOf(std::string_view path, short level)
 {
     const auto found = m_entries.find(path);
-    Entry& entry = found != m_entries.end() ? found->second : addEntry(std::string(path));
-    if (entry.isRegistered || entry.id.empty()) return entry;
+    Entry& entry = found != m_entries.end() ? found->second : m_entries[std::string(path)];
+    if (entry.isRegistered) return entry;
+    if (entry.id.empty()) entry.id = m_ids.take(path);
+    if (entry.id.empty()) return entry;
     const std::string description(path.substr(0, MAX_DESCRIPTION));
+    m_remote.add(entry.id, std::string(path));
     entry.isRegistered =
         dlt_register_context_ll_ts(&entry.context, entry.id.c_str(), description.c_str(),
                                    filterOf(level), DltRemote::REGISTERED) >= DLT_RETURN_OK &&
         entry.context.log_level_ptr != nullptr;
     if (entry.isRegistered)
         dlt_register_log_level_changed_callback(&entry.context, DltRemote::levelChanged);
-    return entry;
-}
-
-DltSink::Entry& DltSink::addEntry(const std::string& path)
-{
-    Entry& entry = m_entries[path];
-    entry.id = m_ids.take(path);
-    if (!entry.id.empty()) m_remote.add(entry.id, path);
     return entry;
 }
 
@@ -240,8 +238,9 @@ tracing_impl_make_dlt_sink(const tracing::impl::SinkContext& context)
     using namespace tracing::impl;
     DltRemote& remote = DltRemote::instance();
     DltLibrary& library = DltLibrary::instance();
-    if (remote.isServing() || !library.start(context.processName)) return nullptr;
+    if (remote.isServing()) return nullptr;
     try {
+        if (!library.start(context.processName)) return nullptr;
         auto sink = std::make_unique<DltSink>(remote);
         remote.begin(context.target);
         return sink.release();

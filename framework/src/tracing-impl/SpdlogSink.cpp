@@ -3,9 +3,11 @@
 #include "Sinks.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include <fcntl.h>
@@ -50,7 +52,10 @@ class SpdlogSink : public Sink
 public:
     explicit SpdlogSink(spdlog::sink_ptr sink) : m_sink(std::move(sink)) {}
 
-    void flush() override { m_sink->flush(); }
+    void flush() override
+    {
+        if (m_sink != nullptr) m_sink->flush();
+    }
 
 protected:
     void log(const Message& message, const std::string& text)
@@ -61,7 +66,8 @@ protected:
                      spdlog::string_view_t(text.data(), text.size())});
     }
 
-    const spdlog::sink_ptr m_sink;
+    /// Null while there is none.
+    spdlog::sink_ptr m_sink;
 };
 
 /// How a file is opened: not in the place of a standard stream, nothing of it kept in a buffer that
@@ -79,22 +85,54 @@ spdlog::file_event_handlers fileHandlers()
     return handlers;
 }
 
+spdlog::sink_ptr openFile(const SinkSettings& settings)
+{
+    auto sink = std::make_shared<sinks::rotating_file_sink_st>(
+        settings.fileName, settings.maxSize, settings.maxFiles, false, fileHandlers());
+    sink->set_formatter(std::make_unique<WholeLine>());
+    return sink;
+}
+
 /// Lines with the time, to a file.
 class FileSink final : public SpdlogSink
 {
 public:
     FileSink(const SinkSettings& settings, const TimeZones& zones)
-        : SpdlogSink(std::make_shared<sinks::rotating_file_sink_st>(
-              settings.fileName, settings.maxSize, settings.maxFiles, false, fileHandlers())),
-          m_zones(zones)
+        : SpdlogSink(openFile(settings)), m_settings(settings), m_zones(zones)
+    {}
+
+    void write(const Message& message) override
     {
-        m_sink->set_formatter(std::make_unique<WholeLine>());
+        const std::string line = lineOf(message, m_zones);
+        if (m_sink == nullptr) reopen();
+        try {
+            log(message, line);
+        } catch (...) {
+            m_sink = nullptr; // it may have closed its file, and would write all the same
+            throw;
+        }
     }
 
-    void write(const Message& message) override { log(message, lineOf(message, m_zones)); }
-
 private:
+    using Clock = std::chrono::steady_clock;
+
+    /// How long a file that cannot be opened is left alone: spdlog tries for a while each time.
+    static constexpr std::chrono::seconds PAUSE{1};
+
+    void reopen()
+    {
+        if (Clock::now() < m_nextTry) throw std::runtime_error("the file was not opened");
+        try {
+            m_sink = openFile(m_settings);
+        } catch (const spdlog::spdlog_ex&) {
+            m_nextTry = Clock::now() + PAUSE;
+            throw;
+        }
+    }
+
+    const SinkSettings m_settings;
     const TimeZones& m_zones;
+    Clock::time_point m_nextTry = Clock::time_point::min();
 };
 
 /// The system log, which has the time, the process and the level itself.
