@@ -128,7 +128,8 @@ Outcome useClient(Client& client, const int& written)
     client.channelRegistered(&net);
     const bool hasZone = client.registerTimeZone(s_zone, 3600) == 0;
     const int callback = client.registerCallback(s_zone, noteCall);
-    const bool isSet = client.changeChannelFilterLevel(&net, 1) && net.m_filterLevel == 1;
+    const bool isSet = client.changeChannelFilterLevel(&net, 1);
+    if (isSet != (net.m_filterLevel == 1)) return support::WRONG;
     const bool isToggled = client.disableChannel(&net) && client.enableChannel(&net);
     logTwice(client, net);
     client.unregisterCallback(callback);
