@@ -5,7 +5,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -16,21 +18,35 @@
 
 namespace {
 
-std::atomic<const char*> s_name{nullptr};
-std::atomic<int> s_code{0};
-std::atomic<int> s_count{0};
-std::atomic<int> s_calls{0};
-std::atomic<bool> s_isElsewhere{false};
-thread_local bool t_isMaker = false;
+/// What one object has fail, while there is a name.
+struct Rule
+{
+    std::atomic<const char*> name{nullptr};
+    std::atomic<int> code{0};
+    std::atomic<int> count{0};
+    std::atomic<int> calls{0};
+    std::atomic<bool> isElsewhere{false};
+};
+Rule s_rules[2];
+thread_local int t_made = 0;
 
 /// Counts a call. Returns whether it is to fail, with `errno` set then.
 bool fails(const char* name)
 {
-    const char* const failing = s_name;
-    if (failing == nullptr || t_isMaker == s_isElsewhere) return false;
-    if (std::strcmp(failing, name) != 0 || s_calls++ >= s_count) return false;
-    errno = s_code;
-    return true;
+    for (Rule& rule : s_rules) {
+        const char* const failing = rule.name;
+        if (failing == nullptr || (t_made != 0) == rule.isElsewhere) continue;
+        if (std::strcmp(failing, name) != 0 || rule.calls++ >= rule.count) continue;
+        errno = rule.code;
+        return true;
+    }
+    return false;
+}
+
+/// Not const: g++ knows of `poll` only that it writes there.
+bool isForRoom(pollfd* polled)
+{
+    return (polled->events & POLLOUT) != 0;
 }
 
 /// Makes the system's call `name`, whose type `model` has, unless it is to fail.
@@ -84,6 +100,7 @@ ssize_t recv(int fd, void* data, size_t size, int flags)
 
 int poll(pollfd* polled, nfds_t count, int milliseconds)
 {
+    if (isForRoom(polled) && fails("poll for room")) return -1;
     return call("poll", "poll", poll, polled, count, milliseconds);
 }
 
@@ -154,6 +171,13 @@ int accept4(int fd, sockaddr* address, socklen_t* size, int flags)
     return call("accept4", "accept4", accept4, fd, address, size, flags);
 }
 
+/// That of the monotonic clock ends the process if it fails: only the time of day does.
+int clock_gettime(clockid_t clock, timespec* reading) noexcept
+{
+    if (clock == CLOCK_REALTIME && fails("clock_gettime")) return -1;
+    return call("", "clock_gettime", +clock_gettime, clock, reading);
+}
+
 int getsockopt(int fd, int level, int option, void* value, socklen_t* size) noexcept
 {
     return call("getsockopt", "getsockopt", +getsockopt, fd, level, option, value, size);
@@ -168,24 +192,27 @@ FailingCall::FailingCall(const char* name, int code, int count)
 {}
 
 FailingCall::FailingCall(const char* name, int code, int count, bool isElsewhere)
+    : m_place(s_rules[0].name == nullptr ? 0 : 1)
 {
-    t_isMaker = true;
-    s_isElsewhere = isElsewhere;
-    s_code = code;
-    s_count = count;
-    s_calls = 0;
-    s_name = name;
+    Rule& rule = s_rules[m_place];
+    if (rule.name != nullptr) std::abort();
+    ++t_made;
+    rule.isElsewhere = isElsewhere;
+    rule.code = code;
+    rule.count = count;
+    rule.calls = 0;
+    rule.name = name;
 }
 
 FailingCall::~FailingCall()
 {
-    s_name = nullptr;
-    t_isMaker = false;
+    s_rules[m_place].name = nullptr;
+    --t_made;
 }
 
 int FailingCall::calls() const
 {
-    return s_calls;
+    return s_rules[m_place].calls;
 }
 
 } // namespace support

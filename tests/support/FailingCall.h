@@ -16,12 +16,14 @@ namespace support {
 /// As many as ever come.
 constexpr int EACH_CALL = 1000000;
 
-/// While it exists, calls of one kind fail. Not to be nested.
+/// While it exists, calls of one kind fail. There may be two at a time, of different names, made by
+/// one thread.
 class FailingCall
 {
 public:
-    /// `count` calls of `name`, as the manual has it, by the calling thread fail with `code`.
-    /// `name` must outlive the object.
+    /// `count` calls of `name`, as the manual has it, by the calling thread fail with `code`. The
+    /// name "poll for room" is that of the polls whose first descriptor is to be written to, and
+    /// "clock_gettime" stands for the time of day alone. `name` must outlive the object.
     FailingCall(const char* name, int code, int count = 1);
     ~FailingCall();
     FailingCall(const FailingCall&) = delete;
@@ -32,6 +34,9 @@ public:
 
 protected:
     FailingCall(const char* name, int code, int count, bool isElsewhere);
+
+private:
+    const int m_place;
 };
 
 /// The same for the calls of all other threads.

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdint>
 #include <ctime>
+#include <initializer_list>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -180,53 +181,55 @@ TEST(ConditionImpl, Destruction_DestroysTheCondition)
     EXPECT_EQ(Calls{"no condition"}, s_calls);
 }
 
-/// What a process says as it ends in building or destroying a condition, because the call that
-/// `answer` belongs to fails.
-std::string lastWords(int& answer)
+/// A process ends with `lastWords` in building or destroying a condition, because the call that
+/// `answer` belongs to answers one of `codes`.
+void expectEnd(const char* lastWords, int& answer, std::initializer_list<int> codes)
 {
-    const support::ChildResult result = support::runInChild([&answer] {
-        MutexImpl mutex(false);
-        answer = EINVAL;
-        ConditionImpl condition(mutex);
-    });
-    EXPECT_EQ(SIGABRT, result.signal);
-    EXPECT_EQ("", result.out);
-    return result.err;
+    for (const int code : codes) {
+        const support::ChildResult result = support::runInChild([&answer, code] {
+            MutexImpl mutex(false);
+            answer = code;
+            ConditionImpl condition(mutex);
+        });
+        EXPECT_EQ(SIGABRT, result.signal) << code;
+        EXPECT_EQ("", result.out) << code;
+        EXPECT_EQ(lastWords, result.err) << code;
+    }
 }
 
 TEST(ConditionImpl, Construction_AttributesFail_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_condattr_init failed in "
+    expectEnd("pthread_condattr_init failed in "
               "framework/src/threadsafe/ConditionImpl-posix:31, ConditionImpl\n",
-              lastWords(s_attributesInit));
+              s_attributesInit, {ENOMEM, EINVAL, EXDEV});
 }
 
 TEST(ConditionImpl, Construction_ClockFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_condattr_setclock failed in "
+    expectEnd("pthread_condattr_setclock failed in "
               "framework/src/threadsafe/ConditionImpl-posix:34, ConditionImpl\n",
-              lastWords(s_setClock));
+              s_setClock, {EINVAL, EPERM, EXDEV});
 }
 
 TEST(ConditionImpl, Construction_InitFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_cond_init failed in "
+    expectEnd("pthread_cond_init failed in "
               "framework/src/threadsafe/ConditionImpl-posix:37, ConditionImpl\n",
-              lastWords(s_init));
+              s_init, {EAGAIN, ENOMEM, EBUSY, EINVAL, EXDEV});
 }
 
 TEST(ConditionImpl, Construction_EndOfAttributesFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_condattr_destroy failed in "
+    expectEnd("pthread_condattr_destroy failed in "
               "framework/src/threadsafe/ConditionImpl-posix:40, ConditionImpl\n",
-              lastWords(s_attributesDestroy));
+              s_attributesDestroy, {EINVAL, EXDEV});
 }
 
 TEST(ConditionImpl, Destruction_Fails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_cond_destroy failed in "
+    expectEnd("pthread_cond_destroy failed in "
               "framework/src/threadsafe/ConditionImpl-posix:47, ~ConditionImpl\n",
-              lastWords(s_destroy));
+              s_destroy, {EBUSY, EINVAL, EXDEV, -1});
 }
 
 /// What `operation` returns when the call that `answer` belongs to answers `code`.
@@ -276,6 +279,7 @@ TEST(ConditionImpl, Wait_Answers)
     EXPECT_EQ(ConditionBase::ERROR, waitAnswered(ETIMEDOUT));
     EXPECT_EQ(ConditionBase::ERROR, waitAnswered(EAGAIN));
     EXPECT_EQ(ConditionBase::ERROR, waitAnswered(EOWNERDEAD));
+    EXPECT_EQ(ConditionBase::ERROR, waitAnswered(EXDEV));
     EXPECT_EQ(ConditionBase::ERROR, waitAnswered(-1));
 }
 
@@ -289,6 +293,7 @@ TEST(ConditionImpl, TimedWait_Answers)
     EXPECT_EQ(ConditionBase::TIMEOUT, timedWaitAnswered(ETIMEDOUT));
     EXPECT_EQ(ConditionBase::ERROR, timedWaitAnswered(EAGAIN));
     EXPECT_EQ(ConditionBase::ERROR, timedWaitAnswered(EOWNERDEAD));
+    EXPECT_EQ(ConditionBase::ERROR, timedWaitAnswered(EXDEV));
     EXPECT_EQ(ConditionBase::ERROR, timedWaitAnswered(-1));
 }
 
@@ -300,6 +305,7 @@ TEST(ConditionImpl, SignalOne_Answers)
     EXPECT_EQ(ConditionBase::ERROR, signalAnswered(EBUSY));
     EXPECT_EQ(ConditionBase::ERROR, signalAnswered(EDEADLK));
     EXPECT_EQ(ConditionBase::ERROR, signalAnswered(ETIMEDOUT));
+    EXPECT_EQ(ConditionBase::ERROR, signalAnswered(EXDEV));
     EXPECT_EQ(ConditionBase::ERROR, signalAnswered(-1));
 }
 
@@ -311,6 +317,7 @@ TEST(ConditionImpl, SignalAll_Answers)
     EXPECT_EQ(ConditionBase::ERROR, broadcastAnswered(EBUSY));
     EXPECT_EQ(ConditionBase::ERROR, broadcastAnswered(EDEADLK));
     EXPECT_EQ(ConditionBase::ERROR, broadcastAnswered(ETIMEDOUT));
+    EXPECT_EQ(ConditionBase::ERROR, broadcastAnswered(EXDEV));
     EXPECT_EQ(ConditionBase::ERROR, broadcastAnswered(-1));
 }
 

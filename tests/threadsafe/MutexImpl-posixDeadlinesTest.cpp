@@ -19,7 +19,7 @@ namespace {
 
 // What the clock reads, unless it fails.
 timespec s_reading{};
-bool s_clockFails = false;
+int s_clockError = 0;
 clockid_t s_clock = CLOCK_MONOTONIC;
 
 // What the timed lock was given, and whether it only notes that.
@@ -32,8 +32,8 @@ int scriptedClock(clockid_t clock, timespec* reading)
 {
     s_clock = clock;
     *reading = s_reading;
-    if (!s_clockFails) return 0;
-    errno = EINVAL;
+    if (s_clockError == 0) return 0;
+    errno = s_clockError;
     return -1;
 }
 
@@ -178,10 +178,12 @@ TEST(MutexDeadline, ClockFails_LeavesTheMutexAlone)
 {
     MutexImpl mutex(false);
     const int before = s_timedLocks;
-    s_clockFails = true;
-    const char* const error = mutex.try_lock(Duration(5));
-    s_clockFails = false;
-    EXPECT_EQ(MutexBase::ERROR, error);
+    for (const int code : {EINVAL, EPERM, EXDEV}) {
+        s_clockError = code;
+        const char* const error = mutex.try_lock(Duration(5));
+        s_clockError = 0;
+        EXPECT_EQ(MutexBase::ERROR, error) << code;
+    }
     EXPECT_EQ(before, s_timedLocks);
     EXPECT_EQ(nullptr, mutex.try_lock());
     mutex.unlock();
@@ -192,9 +194,9 @@ TEST(MutexDeadline, ClockFails_HeldMutexStaysHeld)
 {
     MutexImpl mutex(true);
     mutex.lock();
-    s_clockFails = true;
+    s_clockError = EINVAL;
     EXPECT_EQ(MutexBase::ERROR, mutex.try_lock(Duration(5)));
-    s_clockFails = false;
+    s_clockError = 0;
     EXPECT_EQ(nullptr, mutex.unlock());
     EXPECT_EQ(nullptr, support::onAnotherThread([&] {
                   const char* const error = mutex.try_lock();

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <type_traits>
@@ -179,73 +180,75 @@ TEST(MutexImpl, Destruction_DestroysTheMutex)
     EXPECT_EQ(Steps{"no mutex"}, s_steps);
 }
 
-/// What a process says as it ends in building or destroying a mutex, because the call that `answer`
-/// belongs to answers `code`.
-std::string lastWords(int& answer, int code)
+/// A process ends with `lastWords` in building or destroying a mutex, because the call that
+/// `answer` belongs to answers one of `codes`.
+void expectEnd(const char* lastWords, int& answer, std::initializer_list<int> codes)
 {
-    const support::ChildResult result = support::runInChild([&answer, code] {
-        answer = code;
-        MutexImpl mutex(false);
-    });
-    EXPECT_EQ(SIGABRT, result.signal);
-    EXPECT_EQ("", result.out);
-    return result.err;
+    for (const int code : codes) {
+        const support::ChildResult result = support::runInChild([&answer, code] {
+            answer = code;
+            MutexImpl mutex(false);
+        });
+        EXPECT_EQ(SIGABRT, result.signal) << code;
+        EXPECT_EQ("", result.out) << code;
+        EXPECT_EQ(lastWords, result.err) << code;
+    }
 }
 
 TEST(MutexImpl, Construction_AttributesFail_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutexattr_init failed in "
+    expectEnd("pthread_mutexattr_init failed in "
               "framework/src/threadsafe/MutexImpl-posix:33, MutexImpl\n",
-              lastWords(s_attributesInit, ENOMEM));
+              s_attributesInit, {ENOMEM, EXDEV});
 }
 
 TEST(MutexImpl, Construction_TypeFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutexattr_settype failed in "
+    expectEnd("pthread_mutexattr_settype failed in "
               "framework/src/threadsafe/MutexImpl-posix:36, MutexImpl\n",
-              lastWords(s_setType, EINVAL));
+              s_setType, {EINVAL, EXDEV});
 }
 
 TEST(MutexImpl, Construction_ProtocolFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutexattr_setprotocol failed in "
+    expectEnd("pthread_mutexattr_setprotocol failed in "
               "framework/src/threadsafe/MutexImpl-posix:39, MutexImpl\n",
-              lastWords(s_setProtocol, ENOTSUP));
+              s_setProtocol, {ENOTSUP, EINVAL, EPERM, EXDEV});
 }
 
 TEST(MutexImpl, Construction_InitFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutex_init failed in "
+    expectEnd("pthread_mutex_init failed in "
               "framework/src/threadsafe/MutexImpl-posix:42, MutexImpl\n",
-              lastWords(s_init, EAGAIN));
+              s_init, {EAGAIN, ENOMEM, EPERM, EINVAL, EXDEV});
 }
 
 TEST(MutexImpl, Construction_EndOfAttributesFails_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutexattr_destroy failed in "
+    expectEnd("pthread_mutexattr_destroy failed in "
               "framework/src/threadsafe/MutexImpl-posix:45, MutexImpl\n",
-              lastWords(s_attributesDestroy, EINVAL));
+              s_attributesDestroy, {EINVAL, EXDEV});
 }
 
 TEST(MutexImpl, Destruction_Busy_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutex_destroy failed with EBUSY in "
+    expectEnd("pthread_mutex_destroy failed with EBUSY in "
               "framework/src/threadsafe/MutexImpl-posix:56, ~MutexImpl\n",
-              lastWords(s_destroy, EBUSY));
+              s_destroy, {EBUSY});
 }
 
 TEST(MutexImpl, Destruction_Invalid_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutex_destroy failed with EINVAL in "
+    expectEnd("pthread_mutex_destroy failed with EINVAL in "
               "framework/src/threadsafe/MutexImpl-posix:56, ~MutexImpl\n",
-              lastWords(s_destroy, EINVAL));
+              s_destroy, {EINVAL});
 }
 
 TEST(MutexImpl, Destruction_AnyOtherFailure_EndsTheProcess)
 {
-    EXPECT_EQ("pthread_mutex_destroy failed for unknown reasons in "
+    expectEnd("pthread_mutex_destroy failed for unknown reasons in "
               "framework/src/threadsafe/MutexImpl-posix:56, ~MutexImpl\n",
-              lastWords(s_destroy, EPERM));
+              s_destroy, {EPERM, EAGAIN, EXDEV, -1});
 }
 
 /// What `operation` returns when the call that `answer` belongs to answers `code`.
@@ -289,6 +292,7 @@ TEST(MutexImpl, Lock_Answers)
     EXPECT_EQ(MutexBase::ERROR, lockAnswered(EAGAIN));
     EXPECT_EQ(MutexBase::ERROR, lockAnswered(ETIMEDOUT));
     EXPECT_EQ(MutexBase::ERROR, lockAnswered(EOWNERDEAD));
+    EXPECT_EQ(MutexBase::ERROR, lockAnswered(EXDEV));
     EXPECT_EQ(MutexBase::ERROR, lockAnswered(-1));
 }
 
@@ -300,6 +304,7 @@ TEST(MutexImpl, Unlock_Answers)
     EXPECT_EQ(MutexBase::ERROR, unlockAnswered(EDEADLK));
     EXPECT_EQ(MutexBase::ERROR, unlockAnswered(EAGAIN));
     EXPECT_EQ(MutexBase::ERROR, unlockAnswered(ETIMEDOUT));
+    EXPECT_EQ(MutexBase::ERROR, unlockAnswered(EXDEV));
     EXPECT_EQ(MutexBase::ERROR, unlockAnswered(-1));
 }
 
@@ -312,6 +317,7 @@ TEST(MutexImpl, TryLock_Answers)
     EXPECT_EQ(MutexBase::ERROR, tryLockAnswered(EAGAIN));
     EXPECT_EQ(MutexBase::ERROR, tryLockAnswered(ETIMEDOUT));
     EXPECT_EQ(MutexBase::ERROR, tryLockAnswered(EOWNERDEAD));
+    EXPECT_EQ(MutexBase::ERROR, tryLockAnswered(EXDEV));
     EXPECT_EQ(MutexBase::ERROR, tryLockAnswered(-1));
 }
 
@@ -325,6 +331,7 @@ TEST(MutexImpl, TimedLock_Answers)
     EXPECT_EQ(MutexBase::NO_LUCK, timedLockAnswered(ETIMEDOUT));
     EXPECT_EQ(MutexBase::ERROR, timedLockAnswered(EOWNERDEAD));
     EXPECT_EQ(MutexBase::ERROR, timedLockAnswered(ENOMEM));
+    EXPECT_EQ(MutexBase::ERROR, timedLockAnswered(EXDEV));
     EXPECT_EQ(MutexBase::ERROR, timedLockAnswered(-1));
 }
 

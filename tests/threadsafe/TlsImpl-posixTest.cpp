@@ -143,10 +143,15 @@ TEST(TlsImpl, Set_OutOfMemory)
 TEST(TlsImpl, Set_AnyOtherFailure)
 {
     threadsafe::TlsImpl slot;
-    s_setResult = EINVAL;
-    const char* const error = slot.set(nullptr);
-    s_setResult = 0;
-    EXPECT_EQ(threadsafe::TlsBase::ERROR, error);
+    int value = 0;
+    slot.set(&value);
+    for (const int code : {EINVAL, EAGAIN, EXDEV, -1}) {
+        s_setResult = code;
+        const char* const error = slot.set(nullptr);
+        s_setResult = 0;
+        EXPECT_EQ(threadsafe::TlsBase::ERROR, error) << code;
+        EXPECT_EQ(&value, slot.get()) << code;
+    }
 }
 
 TEST(TlsBase, Texts)
@@ -157,24 +162,30 @@ TEST(TlsBase, Texts)
 
 TEST(TlsImpl, CreationFails_EndsTheProcess)
 {
-    const support::ChildResult result = support::runInChild([] {
-        s_createResult = EAGAIN;
-        threadsafe::TlsImpl slot;
-    });
-    EXPECT_EQ(SIGABRT, result.signal);
-    EXPECT_EQ("pthread_key_create failed in framework/src/threadsafe/TlsImpl-posix:29, TlsImpl\n",
-              result.err);
+    for (const int code : {EAGAIN, ENOMEM, EXDEV}) {
+        const support::ChildResult result = support::runInChild([code] {
+            s_createResult = code;
+            threadsafe::TlsImpl slot;
+        });
+        EXPECT_EQ(SIGABRT, result.signal) << code;
+        EXPECT_EQ("pthread_key_create failed in "
+                  "framework/src/threadsafe/TlsImpl-posix:29, TlsImpl\n",
+                  result.err);
+    }
 }
 
 TEST(TlsImpl, DeletionFails_EndsTheProcess)
 {
-    const support::ChildResult result = support::runInChild([] {
-        threadsafe::TlsImpl slot;
-        s_deleteResult = EINVAL;
-    });
-    EXPECT_EQ(SIGABRT, result.signal);
-    EXPECT_EQ("pthread_key_delete failed in framework/src/threadsafe/TlsImpl-posix:36, ~TlsImpl\n",
-              result.err);
+    for (const int code : {EINVAL, EXDEV}) {
+        const support::ChildResult result = support::runInChild([code] {
+            threadsafe::TlsImpl slot;
+            s_deleteResult = code;
+        });
+        EXPECT_EQ(SIGABRT, result.signal) << code;
+        EXPECT_EQ("pthread_key_delete failed in "
+                  "framework/src/threadsafe/TlsImpl-posix:36, ~TlsImpl\n",
+                  result.err);
+    }
 }
 
 } // namespace

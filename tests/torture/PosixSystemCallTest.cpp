@@ -6,6 +6,7 @@
 #include "support/FailingCall.h"
 
 #include <cerrno>
+#include <csignal>
 #include <string>
 
 #include <fcntl.h>
@@ -145,7 +146,27 @@ TEST_F(SystemCall, Open_SeekToTheEndFails_CanBeOpenedAgain)
     EXPECT_EQ("", takeError());
 }
 
-// What a descriptor is decides how it is written to: one that cannot be asked is a file.
+// The first failure is the one that is told, though the system wrote down another since.
+TEST_F(SystemCall, Open_SeekToTheEndAndCloseFail_TellsTheSeek)
+{
+    for (const int code : {EIO, EINTR, EXDEV}) {
+        FileBuf file;
+        {
+            const FailingCall seek("lseek", EOVERFLOW);
+            const FailingCall close("close", code);
+            EXPECT_TRUE(file.open(name(), ios_base::in | ios_base::ate) == nullptr);
+            EXPECT_EQ(EOVERFLOW, errno);
+            EXPECT_EQ(1, close.calls());
+        }
+        EXPECT_EQ("1 lseek failed: Value too large for defined data type (errno 75)", takeError());
+        EXPECT_FALSE(file.is_open());
+        EXPECT_EQ(-1, descriptorOf(name()));
+        EXPECT_TRUE(file.open(name(), ios_base::in | ios_base::ate) == &file);
+        EXPECT_EQ(6, file.pubseekoff(0, ios_base::cur));
+    }
+}
+
+// What a descriptor is decides how it is written to: one that cannot be asked is taken for a pipe.
 TEST_F(SystemCall, Open_KindIsUnknown_Writes)
 {
     for (const int code : {ENOMEM, EXDEV}) {
@@ -216,6 +237,22 @@ TEST_F(SystemCall, Close_Answers)
     EXPECT_EQ("1 close failed: Invalid cross-device link (errno 18)", closeFailing(EXDEV));
 }
 
+TEST_F(SystemCall, Close_WriteAndCloseFail_TellsTheWrite)
+{
+    for (const int code : {EIO, EINTR, EXDEV}) {
+        FileBuf file;
+        EXPECT_TRUE(file.open(name(), ios_base::out) == &file);
+        EXPECT_EQ(3, file.sputn("xyz", 3));
+        const FailingCall write("write", ENOSPC);
+        const FailingCall close("close", code);
+        EXPECT_TRUE(file.close() == nullptr);
+        EXPECT_EQ(ENOSPC, errno);
+        EXPECT_EQ("1 write failed: No space left on device (errno 28)", takeError());
+        EXPECT_EQ(1, close.calls());
+        EXPECT_FALSE(file.is_open());
+    }
+}
+
 TEST_F(SystemCall, Close_FailsInTheDestructor)
 {
     {
@@ -283,6 +320,35 @@ TEST_F(SystemCall, OutputStream_WriteFailsAtTheEnd)
     EXPECT_EQ("0 write failed: Broken pipe (errno 32)", endFailing(EPIPE, true));
     EXPECT_EQ("1 write failed: Input/output error (errno 5)", endFailing(EIO, true));
     EXPECT_EQ("1 write would block", endFailing(EAGAIN, false));
+}
+
+TEST_F(SystemCall, OutputStream_KindIsUnknown_Writes)
+{
+    for (const int code : {ENOMEM, EXDEV}) {
+        const support::Pipe pipe;
+        const FailingCall failing("fstat", code);
+        zel::FdOutputStream output(pipe.writer, 0);
+        EXPECT_EQ(1, failing.calls());
+        unsigned int written = 0;
+        EXPECT_EQ(1, output.write("abc", 3, written));
+        EXPECT_EQ(3U, written);
+        EXPECT_EQ("abc", pipe.reader.take());
+    }
+}
+
+TEST_F(SystemCall, OutputStream_KindIsUnknown_ReaderHasGone_NobodyIsSentASignal)
+{
+    const auto before = signal(SIGPIPE, SIG_DFL); // which ends the process
+    for (const int code : {ENOMEM, EXDEV}) {
+        support::Sockets sockets;
+        sockets.reader.close();
+        const FailingCall failing("fstat", code);
+        zel::FdOutputStream output(sockets.writer, 0);
+        unsigned int written = 0;
+        EXPECT_EQ(char(-1), output.write("abc", 3, written));
+        EXPECT_EQ("0 write failed: Broken pipe (errno 32)", takeError());
+    }
+    signal(SIGPIPE, before);
 }
 
 } // namespace

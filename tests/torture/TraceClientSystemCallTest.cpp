@@ -1,23 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Each call of the system that the control socket makes, failing: when it is opened, while it
-// serves, and at its end. A tool is answered or hung up on, and the next one is served.
+// serves, and at its end. A tool is answered or hung up on, and the next one is served. And a time
+// of day that cannot be had.
 
 #include "support/FailingCall.h"
 
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 
+#include <common/tracing/Channel.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <tracing-impl/Client.h>
 #include <tracing-impl/ControlSocket.h>
 #include <tracing-impl/Watchers.h>
 #include <unistd.h>
 
 #include "support/ControlTool.h"
+#include "support/RecordingSink.h"
 #include "support/TemporaryFolder.h"
 
 namespace {
@@ -27,6 +32,8 @@ using support::EACH_CALL;
 using support::FailingCall;
 using support::FailingCallElsewhere;
 using tracing::impl::ControlSocket;
+using tracing::impl::Message;
+using tracing::impl::Sink;
 using tracing::impl::Watchers;
 
 constexpr const char* SET = "set net_tcp off\n";
@@ -183,6 +190,46 @@ TEST_F(ControlSystemCall, Send_Answers)
     EXPECT_EQ("(end)", askFailing("send", EXDEV));
 }
 
+TEST_F(ControlSystemCall, Send_WaitForRoomIsInterrupted_WaitsOn)
+{
+    const FailingCallElsewhere failing("poll for room", EINTR, 3);
+    EXPECT_EQ("ok\n", askFailing("send", EAGAIN));
+    EXPECT_EQ(4, failing.calls());
+}
+
+// There is no telling when there would be room, and without a wait the thread would not rest.
+TEST_F(ControlSystemCall, Send_WaitForRoomFails_IsHungUpOn)
+{
+    for (const int code : {ENOMEM, EINVAL, EXDEV}) {
+        const FailingCallElsewhere failing("poll for room", code, EACH_CALL);
+        EXPECT_EQ("(end)", askFailing("send", EAGAIN));
+        EXPECT_EQ(1, failing.calls());
+    }
+}
+
+TEST_F(ControlSystemCall, Watch_WaitForRoomIsInterrupted_Watches)
+{
+    ControlSocket control(m_target, m_watchers);
+    std::string reason;
+    EXPECT_TRUE(control.open(m_path, reason)) << reason;
+    const FailingCallElsewhere failing("poll for room", EINTR, 3);
+    EXPECT_EQ("ok\n", ControlTool(m_path).ask("watch\n"));
+    EXPECT_EQ(4, failing.calls());
+}
+
+TEST_F(ControlSystemCall, Watch_WaitForRoomFails_IsHungUpOn)
+{
+    for (const int code : {ENOMEM, EINVAL, EXDEV}) {
+        ControlSocket control(m_target, m_watchers);
+        std::string reason;
+        EXPECT_TRUE(control.open(m_path, reason)) << reason;
+        const FailingCallElsewhere failing("poll for room", code);
+        EXPECT_EQ("(end)", ControlTool(m_path).ask("watch\n"));
+        EXPECT_EQ("ok\n", ControlTool(m_path).ask(SET));
+        EXPECT_EQ(1, failing.calls());
+    }
+}
+
 TEST_F(ControlSystemCall, Poll_Interrupted_GoesOn)
 {
     ControlSocket control(m_target, m_watchers);
@@ -248,6 +295,59 @@ TEST_F(ControlSystemCall, End_PathCannotBeLookedAtOrRemoved_Ends)
         EXPECT_LE(1, failing.calls()) << call;
     }
     EXPECT_EQ("ok\n", askAnew()); // what stayed is replaced
+}
+
+class ClockSystemCall : public testing::Test
+{
+protected:
+    /// Writes down the time of each message, and does not take "bad".
+    class TimeSink : public Sink
+    {
+    public:
+        explicit TimeSink(std::string& times) : m_times(times) {}
+        void write(const Message& message) override
+        {
+            m_times += std::to_string(message.time.tv_sec) + ' ';
+            if (message.payload == "bad") throw std::bad_alloc();
+        }
+
+    private:
+        std::string& m_times;
+    };
+
+    /// Logs `text` through a queue while the time of day cannot be had, which is asked for `count`
+    /// times. Returns what came.
+    std::string logFailing(const char* text, int code, int count)
+    {
+        support::SinkRecord record;
+        tracing::impl::TimeZones zones;
+        tracing::impl::Client client(m_name, {}, 8, zones);
+        client.addSink(std::make_unique<TimeSink>(m_times));
+        client.addSink(std::make_unique<support::RecordingSink>(record));
+        const FailingCall failing("clock_gettime", code, EACH_CALL);
+        client.logMessage(tracing::Channel("net", 2, 0), 2, 0, text);
+        client.flushMessages(true);
+        EXPECT_EQ(count, failing.calls());
+        return record.take();
+    }
+
+    const std::string m_name = "pump";
+    std::string m_times;
+};
+
+TEST_F(ClockSystemCall, NoTimeOfDay_MessageHasTheBeginningOfTime)
+{
+    for (const int code : {EINVAL, EXDEV})
+        EXPECT_EQ("info net up\nflush\n", logFailing("up", code, 1));
+    EXPECT_EQ("0 0 ", m_times);
+}
+
+TEST_F(ClockSystemCall, NoTimeOfDay_DroppedOnesAreReportedAllTheSame)
+{
+    for (const int code : {EINVAL, EXDEV})
+        EXPECT_EQ("info net bad\nwarning tracing 1 messages were dropped\nflush\n",
+                  logFailing("bad", code, 2));
+    EXPECT_EQ("0 0 0 0 ", m_times);
 }
 
 } // namespace

@@ -261,12 +261,13 @@ TEST(Others, LeaveTheSignalAlone)
     EXPECT_EQ("write(abcde)", script.calls);
 }
 
-TEST(Kind, FailedCall_IsOther)
+TEST(Kind, FailedCall_IsOtherForNoDescriptorAndPipeElse)
 {
-    Script script{gives(0), fails(EOVERFLOW)};
+    Script script{gives(0), fails(EBADF), fails(ENOMEM)};
     EXPECT_EQ(SOCKET, posixcore::kindOf(FD));
     EXPECT_EQ(OTHER, posixcore::kindOf(FD));
-    EXPECT_EQ("fstat fstat", script.calls);
+    EXPECT_EQ(PIPE, posixcore::kindOf(FD));
+    EXPECT_EQ("fstat fstat fstat", script.calls);
 }
 
 TEST(Sync, Interrupted_IsMadeAgain)

@@ -56,7 +56,7 @@ public:
     FileBuf* open(const char* name, std::ios_base::openmode openMode);
 
     /// Writes what is pending and closes the file, which it is in any case then.
-    /// Returns this; null if no file was open, or on failure, with an error raised.
+    /// Returns this; null if no file was open, or on failure, with the error of the first raised.
     FileBuf* close();
 
     bool is_open() const { return m_fd != NO_FILE; }
@@ -84,6 +84,7 @@ private:
 
     ZEL_LOCAL bool writePending();
     ZEL_LOCAL int release();
+    ZEL_LOCAL int forget();
 
     int m_fd = NO_FILE;
     posixcore::DescriptorKind m_kind{};

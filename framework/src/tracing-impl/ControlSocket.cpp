@@ -265,11 +265,14 @@ bool ControlSocket::sendAll(int fd, std::string_view text) const
 /// Returns whether the tool takes something before the deadline, and nobody ends the thread.
 bool ControlSocket::waitForRoom(int fd, const zelbase::TimePoint& deadline) const
 {
-    const zelbase::Duration rest = deadline - zelbase::TimePoint::now();
-    if (rest <= zelbase::Duration()) return false;
     pollfd waited[] = {{fd, POLLOUT, 0}, {m_wakeUp[0], POLLIN, 0}};
-    const int count = poll(waited, 2, static_cast<int>(rest.milliseconds()));
-    return count != 0 && waited[1].revents == 0;
+    for (;;) {
+        const zelbase::Duration rest = deadline - zelbase::TimePoint::now();
+        if (rest <= zelbase::Duration()) return false;
+        const int count = poll(waited, 2, static_cast<int>(rest.milliseconds()));
+        if (count == -1 && errno == EINTR) continue;
+        return count > 0 && waited[1].revents == 0;
+    }
 }
 
 /// Takes what the tool has sent, and answers the requests in it. Returns whether to go on.

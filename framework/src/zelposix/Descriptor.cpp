@@ -102,7 +102,8 @@ ssize_t writeOnce(DescriptorKind kind, int fd, const void* data, std::size_t siz
 DescriptorKind kindOf(int fd)
 {
     struct stat status;
-    if (fstat(fd, &status) != 0) return OTHER;
+    // One that cannot be asked may be a pipe or a socket: a write as to a pipe suits all.
+    if (fstat(fd, &status) != 0) return errno == EBADF ? OTHER : PIPE;
     if (S_ISSOCK(status.st_mode)) return SOCKET;
     return S_ISFIFO(status.st_mode) ? PIPE : OTHER;
 }

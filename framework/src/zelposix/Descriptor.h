@@ -25,7 +25,8 @@ struct Transfer
     int error;
 };
 
-/// Returns the kind of `fd`; OTHER for what is no descriptor.
+/// Returns the kind of `fd`; OTHER for what is no descriptor, PIPE for one that cannot be
+/// asked.
 DescriptorKind kindOf(int fd);
 
 /// Reads what there is, up to `size` bytes. None and no error is the end. Waits for a descriptor

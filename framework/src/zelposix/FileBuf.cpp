@@ -88,16 +88,16 @@ FileBuf* FileBuf::open(const char* name, ios_base::openmode openMode)
     createBuffer();
     std::streampos end;
     if ((openMode & ios_base::ate) == 0 || seekFile(0, ios_base::end, end) == 0) return this;
-    release();
+    forget();
     return nullptr;
 }
 
 FileBuf* FileBuf::close()
 {
     if (!is_open()) return nullptr;
-    const bool isWritten = writePending();
-    const bool isClosed = release() == 0;
-    return isWritten && isClosed ? this : nullptr;
+    if (writePending()) return release() == 0 ? this : nullptr;
+    forget();
+    return nullptr;
 }
 
 /// Returns whether nothing is pending any more.
@@ -170,7 +170,19 @@ int FileBuf::closeFile()
 /// Closes the file and forgets all about it. Returns 0 for success.
 int FileBuf::release()
 {
+    const int error = forget();
+    if (error == 0) return 0;
+    posixcore::raiseFailure("close", error);
+    return FAILED;
+}
+
+/// The same without an error raised and with `errno` kept, behind a failure that is the one to tell
+/// of. Returns the code of the close, or 0.
+int FileBuf::forget()
+{
+    const int before = errno;
     const int error = posixcore::closeOnce(m_fd);
+    errno = before;
     m_fd = NO_FILE;
     m_out = 0;
     mode = {};
@@ -178,9 +190,7 @@ int FileBuf::release()
     writing = false;
     setg(buffer, buffer, buffer);
     setp(nullptr, nullptr);
-    if (error == 0) return 0;
-    posixcore::raiseFailure("close", error);
-    return FAILED;
+    return error;
 }
 
 } // namespace zel
