@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Printing of the library's values on standard streams. Apart from the other headers, which do
-// without <ostream>. Width, fill and alignment are honoured; the width of a text counts its bytes.
+// without `<ostream>`. Width, fill and alignment are honoured; the width of a text counts its
+// bytes.
 //
 //     std::cout << std::setw(40) << std::left << id << std::endl;
 

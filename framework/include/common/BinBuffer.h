@@ -34,8 +34,10 @@ public:
     BinBuffer(IBinInputStream* from, unsigned int fromSize, IBinOutputStream* to,
               unsigned int toSize, char* fromBuffer = nullptr, char* toBuffer = nullptr);
     /// One way, with a buffer of that many bytes.
+    /// @{
     explicit BinBuffer(IBinInputStream& from, unsigned int fromSize = DEFAULT_SIZE);
     explicit BinBuffer(IBinOutputStream& to, unsigned int toSize = DEFAULT_SIZE);
+    /// @}
     ~BinBuffer() override;
     BinBuffer(const BinBuffer&) = delete;
     BinBuffer& operator=(const BinBuffer&) = delete;
@@ -52,16 +54,26 @@ protected:
     /// size is 1.
     int overflow(int c) override;
 
-    /// Not owned; null if there is none.
+    /// The binary streams, not owned; null if there is none.
+    /// @{
     IBinInputStream* input;
     IBinOutputStream* output;
+    /// @}
+    /// Bytes of the buffers; 0 if there is none.
+    /// @{
     unsigned int inputSize;
     unsigned int outputSize;
+    /// @}
+    /// The get area's memory, and the put area's; null if there is none.
+    /// @{
     char* inputBuffer;
     char* outputBuffer;
+    /// @}
     /// Whether destruction releases the buffer, by array delete.
+    /// @{
     bool ownsInputBuffer;
     bool ownsOutputBuffer;
+    /// @}
 
 private:
     ZEL_LOCAL int drain(unsigned int pending);

@@ -50,8 +50,11 @@ protected:
     virtual bool performRead(void* data, unsigned int size, unsigned int& got) = 0;
 
     /// The unread bytes are `buffer[readPos..readEnd)`; both are 0 if there are none.
+    /// @{
     unsigned int readPos = 0;
     unsigned int readEnd = 0;
+    /// @}
+    /// Bytes that `buffer` has, or was to have; 0 for a stream without one.
     unsigned int bufferSize;
     /// Owned; null if there is no memory or `bufferSize` is 0.
     unsigned char* buffer = nullptr;

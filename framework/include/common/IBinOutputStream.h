@@ -62,8 +62,11 @@ protected:
     virtual bool performFlush();
 
     /// The unwritten bytes are `buffer[writePos..writeEnd)`; both are 0 if there are none.
+    /// @{
     unsigned int writePos = 0;
     unsigned int writeEnd = 0;
+    /// @}
+    /// Bytes that `buffer` has, or was to have; 0 for a stream without one.
     unsigned int bufferSize;
     /// Owned; null if there is no memory or `bufferSize` is 0.
     unsigned char* buffer = nullptr;

@@ -23,8 +23,11 @@ namespace std {
 /// The value of a UUID, for storage in other records. Numbers in host byte order.
 struct UUIDValue
 {
+    /// The low 32 bits of the time.
     uint32_t timeLow;
+    /// The middle 16 bits of the time.
     uint16_t timeMid;
+    /// The version in the top four bits, then the high 12 bits of the time.
     uint16_t timeHiAndVersion;
     /// The high byte with the variant's bits, then the low byte.
     uint16_t clockSeq;
@@ -41,19 +44,19 @@ class ZEL_EXPORT UUID
 public:
     /// The kinds of RFC 4122, section 4.1.3.
     enum Version {
-        TIME_BASED = 1,
-        DCE_SECURITY = 2,
-        NAME_MD5 = 3,
-        RANDOM = 4,
-        NAME_SHA1 = 5,
+        TIME_BASED = 1,   ///< from the time and the node
+        DCE_SECURITY = 2, ///< from the time and the node, with a POSIX id within
+        NAME_MD5 = 3,     ///< from a name, by MD5
+        RANDOM = 4,       ///< from random numbers
+        NAME_SHA1 = 5,    ///< from a name, by SHA-1
     };
 
     /// The layouts of RFC 4122, section 4.1.1, by the top bits of the clock sequence.
     enum Variant {
-        VARIANT_NCS = 0,
-        VARIANT_RFC4122 = 2,
-        VARIANT_MICROSOFT = 6,
-        VARIANT_RESERVED = 7,
+        VARIANT_NCS = 0,       ///< bits 0xx, of the older NCS
+        VARIANT_RFC4122 = 2,   ///< bits 10x, of the RFC itself
+        VARIANT_MICROSOFT = 6, ///< bits 110, of Microsoft's older GUIDs
+        VARIANT_RESERVED = 7,  ///< bits 111, for the future
     };
 
     /// Characters of the text form.
@@ -61,6 +64,7 @@ public:
 
     /// Row 0, without values: "Syntax error UUID".
     static const ErrorID ERROR_TABLE[1];
+    /// What `parse` raises.
     static ErrorType Error;
 
     /// The nil value: all bits zero.
@@ -111,9 +115,11 @@ public:
     static bool fromChars(const char* text, std::size_t size, UUID& out);
 
     /// Append the hexadecimal digits of a number, in lower case, with leading zeros.
+    /// @{
     static void appendHex(std::string& s, unsigned char b);
     static void appendHex(std::string& s, unsigned short v);
     static void appendHex(std::string& s, unsigned int v);
+    /// @}
 
     /// Returns the value of a hexadecimal digit, 0 for any other character.
     static unsigned char nibble(char c);
@@ -125,8 +131,10 @@ public:
 
     /// Turn the numeric fields from host to network byte order in place, and back. In between the
     /// object is good for `toUUIDValue` alone.
+    /// @{
     void toNetwork();
     void fromNetwork() { toNetwork(); }
+    /// @}
 
     /// Copies the value as it is.
     void toUUIDValue(UUIDValue& out) const { out = m_value; }
@@ -137,12 +145,15 @@ public:
     /// Returns -1, 0 or 1 by the fields one after another as unsigned numbers, then by the bytes of
     /// the node. The comparison operators agree with it.
     int compare(const UUID& other) const;
+    /// Compare as `compare` does.
+    /// @{
     bool operator==(const UUID& other) const { return compare(other) == 0; }
     bool operator!=(const UUID& other) const { return compare(other) != 0; }
     bool operator<(const UUID& other) const { return compare(other) < 0; }
     bool operator>(const UUID& other) const { return compare(other) > 0; }
     bool operator<=(const UUID& other) const { return compare(other) <= 0; }
     bool operator>=(const UUID& other) const { return compare(other) >= 0; }
+    /// @}
 
     /// Returns a hash of the value.
     std::size_t hash() const;
@@ -173,6 +184,7 @@ struct UUIDSort
 template <>
 struct hash<UUID>
 {
+    /// Returns `id.hash()`.
     size_t operator()(const UUID& id) const { return id.hash(); }
 };
 

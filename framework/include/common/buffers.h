@@ -89,6 +89,7 @@ public:
     /// memory, or if the size with the header leaves 32 bits.
     ZEL_EXPORT explicit SharedBuf(unsigned int payloadSize);
 
+    /// Takes a reference to the block of `other`; the null buffer has none.
     // NOLINTNEXTLINE(bugprone-copy-constructor-init,readability-redundant-member-init): copyFields
     SharedBuf(const SharedBuf& other) noexcept : Buf()
     {

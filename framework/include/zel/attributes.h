@@ -29,6 +29,7 @@
 
 // What clang's thread-safety analysis (-Wthread-safety) checks; nothing to other compilers.
 #ifdef __clang__
+/// An attribute of the analysis; the macros below name them.
 #define ZEL_THREAD_ANNOTATION(annotation) __attribute__((annotation))
 #else
 #define ZEL_THREAD_ANNOTATION(annotation)

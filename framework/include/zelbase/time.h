@@ -25,6 +25,7 @@ namespace zelbase {
 class Duration
 {
 public:
+    /// A span of that length; a negative one leads back.
     explicit constexpr Duration(std::int64_t milliseconds = 0) : m_milliseconds(milliseconds) {}
 
     /// From any `std::chrono` span of whole units that converts to milliseconds without loss, hours
@@ -41,13 +42,18 @@ public:
             *this = limit(span.count() > 0);
     }
 
+    /// Returns the length, negative for a span that leads back.
     constexpr std::int64_t milliseconds() const { return m_milliseconds; }
 
+    /// Returns the same span for the standard's clocks and timed waits.
     constexpr std::chrono::duration<std::int64_t, std::milli> toChrono() const
     {
         return std::chrono::duration<std::int64_t, std::milli>(m_milliseconds);
     }
 
+    /// Sums and differences end at the limits of the range; the negative of the least span is
+    /// `MAX`.
+    /// @{
     constexpr Duration operator+(const Duration& other) const
     {
         std::int64_t sum = 0;
@@ -67,7 +73,10 @@ public:
     constexpr Duration operator-() const { return Duration() - *this; }
     constexpr Duration& operator+=(const Duration& other) { return *this = *this + other; }
     constexpr Duration& operator-=(const Duration& other) { return *this = *this - other; }
+    /// @}
 
+    /// Compare the lengths with their signs.
+    /// @{
     constexpr bool operator==(const Duration& other) const
     {
         return m_milliseconds == other.m_milliseconds;
@@ -80,6 +89,7 @@ public:
     constexpr bool operator>(const Duration& other) const { return other < *this; }
     constexpr bool operator<=(const Duration& other) const { return !(other < *this); }
     constexpr bool operator>=(const Duration& other) const { return !(*this < other); }
+    /// @}
 
     /// The span that never ends: 9223372036854775807 ms. An ordinary object, for reading only.
     static ZEL_EXPORT Duration MAX;
@@ -99,6 +109,7 @@ private:
 class TimePoint
 {
 public:
+    /// The point that long after the clock's origin.
     explicit constexpr TimePoint(std::uint64_t milliseconds = 0) : m_milliseconds(milliseconds) {}
 
     /// Returns the present time, rounded to the nearest millisecond.
@@ -125,8 +136,11 @@ public:
         return point;
     }
 
+    /// Returns the distance from the clock's origin.
     constexpr std::uint64_t milliseconds() const { return m_milliseconds; }
 
+    /// Moved by the span, which may be negative; ends at 0 and at `MAX`.
+    /// @{
     constexpr TimePoint operator+(const Duration& span) const
     {
         return moved(span.milliseconds() >= 0, magnitude(span));
@@ -137,6 +151,7 @@ public:
     }
     constexpr TimePoint& operator+=(const Duration& span) { return *this = *this + span; }
     constexpr TimePoint& operator-=(const Duration& span) { return *this = *this - span; }
+    /// @}
 
     /// Returns the span from `earlier` to this point, negative if this point is the earlier one.
     constexpr Duration operator-(const TimePoint& earlier) const
@@ -149,6 +164,8 @@ public:
                             : std::numeric_limits<std::int64_t>::min());
     }
 
+    /// Compare the points: an earlier one is less.
+    /// @{
     constexpr bool operator==(const TimePoint& other) const
     {
         return m_milliseconds == other.m_milliseconds;
@@ -161,6 +178,7 @@ public:
     constexpr bool operator>(const TimePoint& other) const { return other < *this; }
     constexpr bool operator<=(const TimePoint& other) const { return !(other < *this); }
     constexpr bool operator>=(const TimePoint& other) const { return !(*this < other); }
+    /// @}
 
     /// The deadline that never passes: 18446744073709551615 ms. Not a deadline for
     /// `wait_timeout`, see there. An ordinary object, for reading only.

@@ -24,6 +24,7 @@ namespace zel {
 class ZEL_EXPORT FdInputStream : public std::IBinInputStream
 {
 public:
+    /// Bytes of the buffer where nothing else is said.
     static constexpr unsigned int DEFAULT_SIZE = 4096;
 
     /// Over `fd`, which is not owned and must stay open, with a buffer of `bufferSize` bytes.

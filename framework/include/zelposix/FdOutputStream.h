@@ -33,6 +33,7 @@ namespace zel {
 class ZEL_EXPORT FdOutputStream : public std::IBinOutputStream
 {
 public:
+    /// Bytes of the buffer where nothing else is said.
     static constexpr unsigned int DEFAULT_SIZE = 4096;
 
     /// Over `fd`, which is not owned and must stay open, and of the same kind, until this stream is

@@ -59,6 +59,7 @@ public:
     /// Returns this; null if no file was open, or on failure, with the error of the first raised.
     FileBuf* close();
 
+    /// Returns whether a file is open.
     bool is_open() const { return m_fd != NO_FILE; }
 
     /// Writes what is pending and has the system bring it to the medium (fsync). After one that
@@ -67,12 +68,17 @@ public:
     bool commit();
 
 protected:
+    /// Write what is pending, then seek as the base does.
+    /// Return -1 on failure, with an error raised if the system's call failed.
+    /// @{
     pos_type seekoff(off_type offset, std::ios_base::seekdir dir,
                      std::ios_base::openmode which) override;
     pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
+    /// @}
 
     int readBlock(char* data, unsigned int size, int& count) override;
     int writeBlock(const char* data, unsigned int size, unsigned int& written) override;
+    /// As the base says. Raises an error on failure.
     int seekFile(long long offset, std::ios_base::seekdir dir, std::streampos& result) override;
     /// Does nothing: what is written is the system's already.
     int flushFile() override;

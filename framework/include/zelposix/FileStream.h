@@ -31,12 +31,14 @@ public:
     void open(const char* name, std::ios_base::openmode mode);
     /// Writes what is pending and closes the file. Sets `failbit` on failure.
     void close();
+    /// Returns whether a file is open.
     bool is_open() const { return m_buffer.is_open(); }
 
     /// Brings what was written to the medium, see `FileBuf::commit`; sets `badbit` if that fails.
     /// Returns whether it was done and nothing had failed before.
     bool commit();
 
+    /// Returns the buffer over the file, which belongs to the stream.
     FileBuf* rdbuf() { return &m_buffer; }
 
 private:

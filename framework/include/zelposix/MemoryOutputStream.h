@@ -32,6 +32,7 @@ public:
     /// Returns what was written, `data()[0..size())`, owned by the stream or the caller; null if
     /// there is no memory yet. A further write may move it.
     const unsigned char* data() const { return m_data; }
+    /// Returns how many bytes were written.
     unsigned int size() const { return m_size; }
 
     /// Begins anew, with the memory that there is.

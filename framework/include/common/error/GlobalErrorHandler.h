@@ -27,9 +27,13 @@ namespace std {
 class ZEL_EXPORT GlobalErrorHandler
 {
 public:
+    /// Told of a fatal condition, a failed assertion or a warning. `condition` is the text of the
+    /// expression that was false.
+    /// @{
     using AbortHandler = void (*)(const char* location, const char* reason);
     using AssertHandler = void (*)(const char* condition, const char* location, const char* reason);
     using WarningHandler = void (*)(const char* location, const char* reason);
+    /// @}
     /// Returns true if it dealt with the condition (freed memory, say): dispatch stops there.
     using OutOfMemHandler = bool (*)(const char* location, const char* reason);
 
@@ -71,24 +75,30 @@ public:
     /// thread, location, reason and the calling thread's unacknowledged error chain, on standard
     /// error, which is then flushed. The abort report gives the chain before the reason, the others
     /// after it. A null text is printed as "(null)", a null reason like an empty one.
+    /// @{
     static void defaultAbortHandler(const char* location, const char* reason);
     static void defaultAssertHandler(const char* condition, const char* location,
                                      const char* reason);
     static void defaultWarningHandler(const char* location, const char* reason);
-    /// Returns false.
+    /// @}
+    /// As the other default reports, and returns false.
     static bool defaultOutOfMemHandler(const char* location, const char* reason);
 
     /// The handlers in order of registration, empty slots null.
+    /// @{
     static AbortHandler s_abort_handlers[MAX_HANDLERS];
     static AssertHandler s_assert_handlers[MAX_HANDLERS];
     static WarningHandler s_warning_handlers[MAX_HANDLERS];
     static OutOfMemHandler s_outofmem_handlers[MAX_HANDLERS];
+    /// @}
 
     /// How often a registration of each kind was attempted, refused attempts included.
+    /// @{
     static int s_num_abort_handlers;
     static int s_num_assert_handlers;
     static int s_num_warning_handlers;
     static int s_num_outofmem_handlers;
+    /// @}
 
     /// If true, `doAbort` and `doOutOfMem` return instead of ending the process. For test harnesses
     /// and the like, set before the first report; the library never writes it.

@@ -71,8 +71,10 @@ protected:
     /// written yet are dropped: sync before. `which` does not matter.
     /// Return the new position.
     /// Return -1 on failure, and for an offset out of range; nothing is changed.
+    /// @{
     pos_type seekoff(off_type offset, ios_base::seekdir dir, ios_base::openmode which) override;
     pos_type seekpos(pos_type position, ios_base::openmode which) override;
+    /// @}
 
     /// Makes the get area what a read of `count` bytes has put into the buffer, or resets it for
     /// `RESET_WINDOWS`; there is no put area then.
@@ -108,6 +110,7 @@ protected:
     char* buffer;
     /// Bytes of `buffer`, or of the one that is made next.
     unsigned int bufferSize;
+    /// `in` and `out` allow reading and writing; without them each read or write is refused.
     ios_base::openmode mode;
     /// Whether the buffer came from outside.
     bool userBuffer;

@@ -92,9 +92,12 @@ public:
     }
 
     /// Log `text` if the level passes.
+    /// @{
     void log(short level, const std::string& text);
     void log(short level, short modifiers, const std::string& text);
+    /// @}
     /// Log the terminated `text` if the level passes, as `logC`; nothing is built if it does not.
+    /// @{
     void log(short level, const char* text)
     {
         if (passes(level)) logC(level, text);
@@ -103,42 +106,55 @@ public:
     {
         if (passes(level)) logC(level, modifiers, text);
     }
+    /// @}
 
     /// Log `text` whatever the filter.
+    /// @{
     void logMessage(short level, const std::string& text);
     void logMessage(short level, short modifiers, const std::string& text);
+    /// @}
 
     /// Log the terminated `text`. With a client, a null text throws the standard library's
     /// logic_error.
+    /// @{
     void logC(short level, const char* text);
     void logC(short level, short modifiers, const char* text);
+    /// @}
 
     /// Log a printf-style text, cut after 511 characters, without allocating more than the string
     /// that the client is given. The time-stamped form allocates nothing; the client copies.
+    /// @{
     void logCV(short level, const char* format, ...) ZEL_PRINTF_FORMAT(3, 4);
     void logCV(short level, short modifiers, const char* format, ...) ZEL_PRINTF_FORMAT(4, 5);
     void logCV(short level, short modifiers, long long timestamp, const char* format, ...)
         ZEL_PRINTF_FORMAT(5, 6);
+    /// @}
 
     /// Log a printf-style text, cut after `maxLength` - 1 characters (0 for 0), in a buffer that
     /// the client takes over.
+    /// @{
     void logCVN(short level, unsigned int maxLength, const char* format, ...)
         ZEL_PRINTF_FORMAT(4, 5);
     void logCVN(short level, short modifiers, unsigned int maxLength, const char* format, ...)
         ZEL_PRINTF_FORMAT(5, 6);
     void logCVN(short level, short modifiers, long long timestamp, unsigned int maxLength,
                 const char* format, ...) ZEL_PRINTF_FORMAT(6, 7);
+    /// @}
 
     /// Log the bytes `data[0..size)`, of a type out of `MessageTypes`.
+    /// @{
     void logRaw(short level, short messageType, short modifiers, const void* data,
                 unsigned int size);
     void logRaw(short level, short messageType, const void* data, unsigned int size);
+    /// @}
 
     /// Log pieces as one raw message: pairs of `const void*` and `unsigned int` (bytes; no other
     /// type of integer), ended by `nullptr`, not by 0. Without memory for the sum, or if it leaves
     /// 32 bits, nothing is logged.
+    /// @{
     void logRawV(short level, short messageType, short modifiers, ...) ZEL_NULL_TERMINATED;
     void logRawV(short level, short messageType, ...) ZEL_NULL_TERMINATED;
+    /// @}
 
     /// The client that serves the channel, not owned; null while no client has taken it in. Lives
     /// until this is null again, and no call is under way.

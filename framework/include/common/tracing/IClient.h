@@ -41,6 +41,7 @@ public:
 
     /// The calling thread, under `name`.
     virtual void registerThread(const std::string& name);
+    /// Takes the calling thread's name back.
     virtual void unregisterThread();
 
     /// Returns the callback's id, or -1.
@@ -52,15 +53,20 @@ public:
 
     /// Returns the zone's id, or -1.
     virtual int registerTimeZone(const std::string& name, int value);
+    /// A new value for the zone of that id.
     virtual void updateTimeZone(int id, long long value);
 
+    /// A text that is to be seen at once, past channels and their levels.
     virtual void emergencyLog(const std::string& text);
+    /// Asks for a stop in a debugger; without one it may end the process.
     virtual void emergencyBreak();
 
-    /// Returns whether the client did so; false without one. So do the next two.
+    /// Return whether the client did so; false without one.
+    /// @{
     virtual bool enableChannel(Channel* channel);
     virtual bool disableChannel(Channel* channel);
     virtual bool changeChannelFilterLevel(Channel* channel, short level);
+    /// @}
 
     /// The string form.
     virtual void logMessage(const Channel& channel, short level, short modifiers,
@@ -78,6 +84,8 @@ public:
     virtual void logMessage(const Channel& channel, short level, short modifiers,
                             long long timestamp, char* text, bool takeOwnership);
 
+    /// Asks the client to send what it has queued. `value` is the client's to read: that of
+    /// `tracing-impl` returns when everything is out if it is true, and at once if it is not.
     virtual void flushMessages(bool value);
     /// Returns the client's id, or an empty text. Valid until the process ends.
     virtual const std::string& getClientId();
@@ -125,6 +133,7 @@ public:
 
     /// Starts the client for the process named so. Returns whether there is one.
     virtual bool init(const std::string& processName) = 0;
+    /// Stops the client, if it was started.
     virtual void deinit() = 0;
     /// Returns the helper's client, which it owns.
     virtual IClient* getClient() = 0;
@@ -144,6 +153,7 @@ public:
 
     /// Says on standard error that there is no client for `processName`. Returns false.
     bool init(const std::string& processName) override;
+    /// Does nothing.
     void deinit() override;
     /// Returns a client that drops everything.
     IClient* getClient() override;

@@ -76,9 +76,12 @@ public:
 
     /// Returns the channel, or null if there was no memory for it or the map was gone.
     Channel* get() const { return m_channel; }
-    /// Requires that there is a channel, as the next one.
+    /// Require that there is a channel.
+    /// @{
     Channel* operator->() const { return m_channel; }
     Channel& operator*() const { return *m_channel; }
+    /// @}
+    /// Returns whether there is a channel.
     explicit operator bool() const { return m_channel != nullptr; }
 
 private:

@@ -40,18 +40,24 @@ public:
 
     /// Add a piece whatever the filter; the line's level stays as it is. A line of such pieces
     /// alone is sent at `LevelTRACE`.
+    /// @{
     void append(const char* text);
     void appendf(const char* format, ...) ZEL_PRINTF_FORMAT(2, 3);
+    /// @}
 
     /// Add a piece if `level` passes the channel's filter, and raise the line's level to it; leave
     /// the line as it is otherwise.
+    /// @{
     void append(short level, const char* text);
     void appendf(short level, const char* format, ...) ZEL_PRINTF_FORMAT(3, 4);
+    /// @}
 
     /// Start the line anew with this piece and level if `level` passes the channel's filter; reset
     /// it otherwise.
+    /// @{
     void set(short level, const char* text);
     void setf(short level, const char* format, ...) ZEL_PRINTF_FORMAT(3, 4);
+    /// @}
 
     /// Empties the line and sets its level to `LevelTRACE`.
     void reset();

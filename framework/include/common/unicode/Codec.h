@@ -97,6 +97,7 @@ public:
 class ZEL_EXPORT Utf16 : public Codec
 {
 public:
+    /// See `big_endian`.
     explicit constexpr Utf16(bool isBigEndian) : big_endian(isBigEndian) {}
     ~Utf16() override;
 
@@ -132,10 +133,13 @@ public:
     Index at(const unsigned char* data, unsigned int size, unsigned int i) const override;
 };
 
+/// The library's codecs, one object of each for the whole process, from its load to its end.
+/// @{
 ZEL_EXPORT extern const Utf8 UTF8;
 ZEL_EXPORT extern const Utf16 UTF16LE;
 ZEL_EXPORT extern const Utf16 UTF16BE;
 ZEL_EXPORT extern const Ucs4 UCS4;
+/// @}
 
 /// UTF-16 in the machine's byte order: `UTF16LE`.
 ZEL_EXPORT extern const Codec& UTF16MACHINE;

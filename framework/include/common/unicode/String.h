@@ -40,31 +40,42 @@ public:
     class Pieces;
 
     /// The empty text, in UTF-8 or in the encoding of `codec`.
+    /// @{
     ZEL_EXPORT String();
     ZEL_EXPORT explicit String(const Codec& codec);
+    /// @}
 
     /// The character `c`, in UCS-4.
     ZEL_EXPORT explicit String(unsigned int c);
+    /// A copy of the text: narrow ones are taken as UTF-8, wide ones as UCS-4, neither is checked.
+    /// Terminated ones must not be null.
+    /// @{
     ZEL_EXPORT String(const char* text);
     ZEL_EXPORT String(const std::string& text);
     ZEL_EXPORT String(const wchar_t* text);
     ZEL_EXPORT String(const std::wstring& text);
+    /// @}
     /// The bytes of `buffer`, which are shared, in the encoding of `codec`. The null buffer is the
     /// empty text.
     ZEL_EXPORT String(const SharedBuf& buffer, const Codec& codec);
 
     /// `c`, or the text, converted to `codec`, also from the same encoding.
+    /// @{
     ZEL_EXPORT String(const Codec& codec, unsigned int c);
     ZEL_EXPORT String(const Codec& codec, const char* text);
     ZEL_EXPORT String(const Codec& codec, const std::string& text);
     ZEL_EXPORT String(const Codec& codec, const wchar_t* text);
+    /// @}
     /// Kept: takes only the first quarter of the characters.
     ZEL_EXPORT String(const Codec& codec, const std::wstring& text);
     /// The text converted to `codec`; shared if it is in that encoding.
+    /// @{
     ZEL_EXPORT String(const Codec& codec, const SharedBuf& buffer, const Codec& from);
     ZEL_EXPORT String(const Codec& codec, const String& text);
+    /// @}
 
     /// Share the bytes of `other`.
+    /// @{
     String(const String& other) noexcept = default;
     String& operator=(const String& other) noexcept
     {
@@ -74,7 +85,9 @@ public:
         m_count = other.m_count;
         return *this;
     }
+    /// @}
     /// Take the bytes of `other` along, which is empty then.
+    /// @{
     String(String&& other) noexcept
         : m_codec(other.m_codec), m_buffer(static_cast<SharedBuf&&>(other.m_buffer)),
           m_count(other.m_count)
@@ -90,6 +103,7 @@ public:
         other.m_count = 0;
         return *this;
     }
+    /// @}
     ~String() { m_buffer.unref(); }
 
     /// Returns a copy of the UTF-8 bytes of `text`.
@@ -97,16 +111,24 @@ public:
 
     /// Returns the number of characters.
     unsigned int size() const { return m_count; }
+    /// Returns whether `size()` is 0.
     bool empty() const { return m_count == 0; }
+    /// Returns the encoding of the bytes; it is compared by address.
     const Codec& codec() const { return *m_codec; }
+    /// Returns the block with the encoded bytes, which a copy of it shares.
     const SharedBuf& buffer() const { return m_buffer; }
     /// Returns the address of the encoded bytes; null if the text was made from the null buffer or
     /// has been moved from.
     const unsigned char* data() const { return m_buffer.payload(); }
+    /// Returns the number of encoded bytes, `data()[0..byteLength())`, which are not terminated.
     unsigned int byteLength() const { return m_buffer.length(); }
 
+    /// Return the positions of the first character and behind the last one. They are of use while
+    /// this text lives and keeps its value.
+    /// @{
     inline Iterator begin() const;
     inline Iterator end() const;
+    /// @}
 
     /// Returns the characters as UTF-8, encoded anew: what cannot be decoded comes out as U+FFFD.
     /// Without memory the text is empty.
@@ -124,24 +146,29 @@ public:
     ZEL_EXPORT unsigned int at(unsigned int i) const;
 
     /// Compare code point by code point. Nothing is normalised or folded.
+    /// @{
     ZEL_EXPORT bool operator==(const String& other) const;
     ZEL_EXPORT bool operator<(const String& other) const;
     ZEL_EXPORT bool operator>(const String& other) const;
     bool operator!=(const String& other) const { return !(*this == other); }
     bool operator<=(const String& other) const { return !(*this > other); }
     bool operator>=(const String& other) const { return !(*this < other); }
+    /// @}
 
     /// Returns a hash of the code points: equal texts have equal ones, whatever their encodings.
     ZEL_EXPORT std::size_t hash() const;
 
-    // The searches return a position in this text, its end if there is none. They allocate nothing.
-    // A position in a text that does not share these bytes is a caller's mistake, unless said
-    // otherwise.
+    /// @name Searches
+    /// They return a position in this text, its end if there is none, and allocate nothing. A
+    /// position in a text that does not share these bytes is a caller's mistake, unless said
+    /// otherwise.
+    /// @{
 
     /// Returns the first position from `from` on where `needle` begins. A position in another text
     /// counts by its number of characters. An empty needle is found at `from`, unless that is the
     /// end.
     ZEL_EXPORT Iterator find(const String& needle, const Iterator& from) const;
+    /// As above, from the beginning.
     inline Iterator find(const String& needle) const;
 
     /// Returns the last position up to and including `before` where `needle` begins. An empty
@@ -149,24 +176,30 @@ public:
     /// Asserts that `before` is in this text
     /// ("before.string==this"), then goes on.
     ZEL_EXPORT Iterator rfind(const String& needle, const Iterator& before) const;
+    /// As above, in the whole text.
     inline Iterator rfind(const String& needle) const;
 
     /// Returns the first position from `from` on whose character is in `set`.
     /// Asserts that `from` is in this text ("from.string==this"), then goes on in the text of
     /// `from`: what is found is a position there, and this text's end if nothing is.
     ZEL_EXPORT Iterator find_first_of(const String& set, const Iterator& from) const;
+    /// As above, from the beginning.
     inline Iterator find_first_of(const String& set) const;
     /// As `find_first_of`, for a character that is not in `set`.
     ZEL_EXPORT Iterator find_first_not_of(const String& set, const Iterator& from) const;
+    /// As above, from the beginning.
     inline Iterator find_first_not_of(const String& set) const;
 
     /// Returns the last position before `before`, and never that one, whose character is in `set`.
     /// Asserts that `before` is in this text ("before.string==this"), then goes on.
     ZEL_EXPORT Iterator find_last_of(const String& set, const Iterator& before) const;
+    /// As above, in the whole text.
     inline Iterator find_last_of(const String& set) const;
     /// As `find_last_of`, for a character that is not in `set`.
     ZEL_EXPORT Iterator find_last_not_of(const String& set, const Iterator& before) const;
+    /// As above, in the whole text.
     inline Iterator find_last_not_of(const String& set) const;
+    /// @}
 
     /// Returns the text from `from` to `to`, which shares the bytes. An empty text in UTF-8 if they
     /// do not belong to this text or a copy of it, or if `to` is not behind `from`.
@@ -215,11 +248,14 @@ private:
 /// references.
 struct String::Iterator
 {
+    /// What the standard's algorithms ask an iterator for; its elements are code points.
+    /// @{
     using iterator_category = forward_iterator_tag;
     using value_type = unsigned int;
     using difference_type = ptrdiff_t;
     using pointer = void;
     using reference = unsigned int;
+    /// @}
 
     /// Returns the code point; U+FFFD at the end and without a text.
     unsigned int operator*() const
@@ -230,6 +266,7 @@ struct String::Iterator
 
     /// Moves over one character; stays at the end. Where bytes are left that are none, moves to the
     /// end. The library's own walks do the same.
+    /// @{
     Iterator& operator++()
     {
         if (atEnd()) return *this;
@@ -245,7 +282,9 @@ struct String::Iterator
         ++*this;
         return before;
     }
+    /// @}
 
+    /// Returns whether no character is left; true without a text.
     bool atEnd() const
     {
         return string == nullptr || position.chars == string->size() ||
@@ -253,6 +292,7 @@ struct String::Iterator
     }
 
     /// Positions of texts that do not share bytes are neither equal nor ordered.
+    /// @{
     bool operator==(const Iterator& other) const
     {
         if (!sharesBytes(other)) return false;
@@ -265,6 +305,7 @@ struct String::Iterator
         return sharesBytes(other) && !(*this == other) &&
                static_cast<int>(position.chars - other.position.chars) < 0;
     }
+    /// @}
 
     /// The text, not owned; null for none.
     const String* string = nullptr;
@@ -287,23 +328,31 @@ private:
 class String::Spliterator
 {
 public:
+    /// What the standard's algorithms ask an iterator for; its elements are texts.
+    /// @{
     using iterator_category = forward_iterator_tag;
     using value_type = String;
     using difference_type = ptrdiff_t;
     using pointer = void;
     using reference = String;
+    /// @}
 
     /// The end of every walk.
     ZEL_EXPORT Spliterator();
     /// The first piece of `text`. Shares the bytes of both, which may be temporary.
     ZEL_EXPORT Spliterator(const String& text, const String& separator);
+    /// A walk of its own from the same piece on.
+    /// @{
     ZEL_EXPORT Spliterator(const Spliterator& other);
     ZEL_EXPORT Spliterator& operator=(const Spliterator& other);
+    /// @}
     ~Spliterator() = default;
 
     /// Returns the piece, which shares the bytes of the text. An empty one is in UTF-8.
     String operator*() const { return m_text.substr(m_begin, m_end); }
 
+    /// Moves to the next piece; stays at the end.
+    /// @{
     ZEL_EXPORT Spliterator& operator++();
     Spliterator operator++(int)
     {
@@ -311,10 +360,13 @@ public:
         ++*this;
         return before;
     }
+    /// @}
 
     /// Walks are equal at the same piece of shared bytes, and when both are over.
+    /// @{
     ZEL_EXPORT bool operator==(const Spliterator& other) const;
     bool operator!=(const Spliterator& other) const { return !(*this == other); }
+    /// @}
 
 private:
     ZEL_LOCAL void findEnd();
@@ -332,15 +384,21 @@ private:
 class String::Pieces
 {
 public:
+    /// As `String::split`. Shares the bytes of both.
     Pieces(const String& text, const String& separator) : m_text(text), m_separator(separator) {}
 
+    /// Return the walk at the first piece and the end of every walk.
+    /// @{
     Spliterator begin() const { return Spliterator(m_text, m_separator); }
     Spliterator end() const { return Spliterator(); }
+    /// @}
 
 private:
     String m_text;
     String m_separator;
 };
+
+/// @cond private
 
 /// Puts texts into one block, which is allocated once if all of them are measured first, in the
 /// same order, and grows otherwise.
@@ -401,6 +459,8 @@ template <typename Type>
 struct String::IsForward<Type, void_t<typename iterator_traits<Type>::iterator_category>>
     : is_base_of<forward_iterator_tag, typename iterator_traits<Type>::iterator_category>
 {};
+
+/// @endcond
 
 inline String::Iterator String::begin() const
 {
@@ -465,6 +525,7 @@ String String::join(PieceIterator first, PieceIterator last) const
 template <>
 struct std::hash<std::unicode::String>
 {
+    /// Returns `text.hash()`.
     std::size_t operator()(const std::unicode::String& text) const { return text.hash(); }
 };
 
