@@ -37,5 +37,6 @@
 #include <zel/report.h>
 #include <zelbase/abort.h>
 #include <zelbase/time.h>
+#include <zelcommon/version.h>
 
 #endif // ZELCOMMON_ZELCOMMON_H
