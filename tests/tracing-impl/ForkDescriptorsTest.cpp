@@ -64,6 +64,16 @@ TEST(ForkDescriptors, Known_IsClosedInEveryChild)
         EXPECT_EQ(0, runForked([&fd] { return isOpen(fd) ? 1 : 0; }));
 }
 
+TEST(ForkDescriptors, Known_NumberZero_IsClosedInTheChild)
+{
+    EXPECT_EQ(0, runForked([] {
+                  close(STDIN_FILENO);
+                  const Known fd;
+                  if (fd != 0) return 1;
+                  return runForked([&fd] { return isOpen(fd) ? 2 : 0; });
+              }));
+}
+
 TEST(ForkDescriptors, Forgotten_StaysOpenInTheChild)
 {
     const Known kept;

@@ -242,6 +242,7 @@ TEST(Settings, File_WhatIsNoSizeIsPartOfTheName)
     EXPECT_EQ("name=x: 1K size=1048576 files=3]", file("x: 1K"));
     EXPECT_EQ("name=x:1M: size=1048576 files=3]", file("x:1M:"));
     EXPECT_EQ("name=x:1M:three size=1048576 files=3]", file("x:1M:three"));
+    EXPECT_EQ("name=x:1K size=2048 files=3]", file("x:1K:2K:3"));
 }
 
 TEST(Settings, File_NumbersBeyondTheLimitsAreIgnored)

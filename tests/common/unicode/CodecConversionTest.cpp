@@ -134,6 +134,24 @@ TEST(CodecTo, Surrogates_BecomeReplacements)
     EXPECT_EQ("FD FF 00 00", converted(UCS4, UCS4, {0xFF, 0xDF, 0x00, 0x00}));
 }
 
+/// Checks that 16 times the two units of `pair` are as many replacements.
+void expectReplacements(const Bytes& pair)
+{
+    Bytes text;
+    for (int i = 0; i < 16; ++i)
+        text.insert(text.end(), pair.begin(), pair.end());
+    EXPECT_EQ("EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD "
+              "EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD EF BF BD",
+              converted(UTF16LE, UTF8, text));
+}
+
+TEST(CodecTo, ManySurrogates_BecomeReplacements)
+{
+    expectReplacements({0x36, 0xD8, 0x00, 0xDC}); // U+1D800
+    expectReplacements({0x00, 0xD8, 0x41, 0x00}); // which take another unit along
+    expectReplacements({0x00, 0xD8, 0x42, 0x00});
+}
+
 TEST(CodecTo, ValuesThatTheTargetLacks_BecomeReplacements)
 {
     EXPECT_EQ("FD FF", converted(UTF8, UTF16LE, {0xF4, 0x90, 0x80, 0x80})) << "0x110000";

@@ -134,6 +134,16 @@ TEST(OwnCodec, TargetThatWritesLessThanPromised_LeavesZeros)
     EXPECT_EQ("61 62 00 00 00 00", converted(Latin1Codec(), into, {0x61, 0x62}));
 }
 
+TEST(OwnCodec, TargetThatWritesLessThanPromised_LeavesZerosWhereMemoryHasBeenUsed)
+{
+    const PromisingCodec into(24);
+    const SharedBuf used(24);
+    std::memset(used.payload(), 0xEE, 24);
+    used.unref();
+    EXPECT_EQ("61 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
+              converted(UTF8, into, {0x61}));
+}
+
 TEST(OwnCodec, TargetThatPromisesNothing_WritesNothing)
 {
     const PromisingCodec into(0);

@@ -114,6 +114,12 @@ TEST(StringSearch, Find_PlacesCountInBytesOfTheText)
     EXPECT_EQ("2/8", found(L"a\u20ACz", String(UTF16BE, "z"), 0));
 }
 
+// U+A9C3 in UTF-16LE has the bytes of U+00E9 in UTF-8.
+TEST(StringSearch, Find_NeedleInUtf16_IsNotTakenForUtf8)
+{
+    EXPECT_EQ("1/2", found("\xC3\xA9\xEA\xA7\x83", textWith("\xC3\xA9", UTF16LE), 0));
+}
+
 TEST(StringSearch, Find_ReplacementMatchesWhatCannotBeDecoded)
 {
     const String replacement(0xFFFDU);

@@ -150,6 +150,8 @@ TEST(TextAllocations, Join_AllocatesOnce)
     const std::vector<String> pieces(100, String(UTF16BE, "abc"));
     EXPECT_EQ(1, allocationsOf([&] { glue.join(pieces.begin(), pieces.end()); }));
     EXPECT_EQ(1, allocationsOf([&] { glue.join(pieces.begin(), pieces.begin()); }));
+    const std::vector<String> longer(100, String(UTF16BE, L"\u20AC\u20AC")); // 4 bytes, then 6
+    EXPECT_EQ(1, allocationsOf([&] { glue.join(longer.begin(), longer.end()); }));
 }
 
 // What cannot be measured first goes into a block that grows.

@@ -7,9 +7,12 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+
+#include "support/GuardedBytes.h"
 
 namespace {
 
@@ -73,6 +76,17 @@ TEST(TextReach, ConversionOfUnitsWithinALimit)
     tail.hide();
     EXPECT_EQ(999u, lengthOf(UTF16LE, UTF8, tail, 999));
     EXPECT_EQ(999u, lengthOf(UCS4, UTF8, tail, 999));
+}
+
+TEST(TextReach, NewText_NothingIsReadBehindIt)
+{
+    support::GuardedBytes memory(512);
+    for (const unsigned int size : {255u, 256u, 257u, 511u, 512u}) {
+        const unsigned char* const bytes = memory.atEnd(std::vector<unsigned char>(size, 'a'));
+        const String text = String::fromUtf8({reinterpret_cast<const char*>(bytes), size});
+        EXPECT_EQ(size, text.size());
+        EXPECT_EQ(0, std::memcmp(bytes, text.data(), size));
+    }
 }
 
 // C1 A1 is a, too long: such a text has to be decoded.

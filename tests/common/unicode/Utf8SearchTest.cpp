@@ -39,6 +39,7 @@ TEST(Utf8Search, CanonicalCount_EachLength)
     EXPECT_EQ(1, count("\xF0\x9F\x98\x80"));
     EXPECT_EQ(1, count("\xF8\x88\x80\x80\x80"));
     EXPECT_EQ(1, count("\xFC\x84\x80\x80\x80\x80"));
+    EXPECT_EQ(2, count("a\xFC\x84\x80\x80\x80\x80"));
     EXPECT_EQ(8, count("a\xC3\xBC"
                        "b\xE2\x82\xAC"
                        "c\xF0\x9F\x98\x80"
