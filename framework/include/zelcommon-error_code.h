@@ -78,8 +78,9 @@ inline std::error_code errorCode(const ErrorCategory& category)
 }
 
 /// Raises the error of `code` from one place of the source, which ZEL_RAISE_CODE fills in. `raise`
-/// as for `std::ErrorOutput`. The reason is `message` of the row as it stands, as a code has no
-/// values for it. Does nothing for a code that is no error. Allocates nothing.
+/// as for `std::ErrorOutput`. The reason is the row's message as it stands, as a code has no
+/// values for it; empty where there is no row. Does nothing for a code that is no error. Allocates
+/// nothing.
 ///
 /// On a thread without a storage the error is recorded in the fallback storage, silently.
 /// Asserts that the code is of that category ("code.category()==category"), then goes on without

@@ -7,6 +7,7 @@
 
 #include <thread>
 
+#include <pthread.h>
 #include <zelcommon.h>
 
 namespace pump {
@@ -67,14 +68,29 @@ inline void stayWithTwoStorages(Waiting& waiting)
     waiting.stay();
 }
 
+/// Under a name that is no text.
 inline void stayWithoutStorage(Waiting& waiting)
 {
+    pthread_setname_np(pthread_self(), "\xFC");
     waiting.stay();
 }
 
 inline void stayWithoutStorageOfItsOwn(Waiting& waiting)
 {
     std::ErrorOutput("late.cpp", 9, true)(pump::Error, 0, 6);
+    waiting.stay();
+}
+
+/// A storage that leads nowhere. The process ends without destroying it.
+struct DamagedStorage : std::StdoutDumpErrorStorage
+{
+    DamagedStorage() { m_previous = reinterpret_cast<std::ErrorStorage*>(8); }
+};
+
+inline void stayWithADamagedStorage(Waiting& waiting)
+{
+    DamagedStorage errors;
+    std::ErrorOutput("inner.cpp", 2, true)(pump::Error, 1);
     waiting.stay();
 }
 

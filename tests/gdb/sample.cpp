@@ -28,6 +28,7 @@ int main(int count, char**)
     waiting.start(stayWithTwoStorages);
     waiting.start(stayWithoutStorage);
     waiting.start(stayWithoutStorageOfItsOwn);
+    waiting.start(stayWithADamagedStorage);
     stop();
     if (count > 1) std::abort();
 

@@ -27,7 +27,7 @@ bool takeOption(int option, Options& options)
     case 'c': return options.replaces = true;
     case 'f': return choose(optarg, options.from);
     case 'h': return options.help = true;
-    case 'o': options.output = optarg; return true;
+    case 'o': options.output = optarg; return *optarg != '\0' || fail("-o needs an argument");
     case 't': return choose(optarg, options.to);
     case ':': return fail(std::string("-") + static_cast<char>(optopt) + " needs an argument");
     default: return fail(std::string("there is no option -") + static_cast<char>(optopt));

@@ -74,16 +74,22 @@ void tellOfUnhandled(void* /*data*/, const char* text, const std::ErrorObject* e
     printChain(text, error);
 }
 
+/// Returns whether the pending error is one of the output.
+bool isOutputLost()
+{
+    const std::ErrorObject* const error = std::ErrorStorage::get();
+    return error->isA(FileError) && error->id() == FILE_UNWRITTEN;
+}
+
 /// Tells of the pending error, acknowledges it and returns what the process ends with.
 Status report(const char* input, const char* output)
 {
     const std::ErrorObject* const error = std::ErrorStorage::get();
     const bool isText = error->isA(TextError);
-    const bool isOutput = error->isA(FileError) && error->id() == FILE_UNWRITTEN;
     if (isText)
         std::fprintf(stderr, "%s:%s\n", input, error->reason());
     else
-        printChain(isOutput ? output : input, error);
+        printChain(isOutputLost() ? output : input, error);
     std::ErrorStorage::ack();
     return isText ? MALFORMED : FAILED;
 }
@@ -93,15 +99,22 @@ bool isStandardInput(const std::string& name)
     return name == STANDARD_INPUT;
 }
 
-/// Emptying the output must not empty an input.
+const char* shownInput(const std::string& name)
+{
+    return isStandardInput(name) ? "standard input" : name.c_str();
+}
+
+/// Emptying the output must not empty an input, nor must what is written be read again.
 bool isWritten(const std::string& name, const std::string& output)
 {
     struct stat input
     {};
     struct stat out
     {};
-    if (output.empty() || isStandardInput(name)) return false;
-    if (stat(name.c_str(), &input) != 0 || stat(output.c_str(), &out) != 0) return false;
+    const int inputStatus =
+        isStandardInput(name) ? fstat(STDIN_FILENO, &input) : stat(name.c_str(), &input);
+    const int outStatus = output.empty() ? fstat(STDOUT_FILENO, &out) : stat(output.c_str(), &out);
+    if (inputStatus != 0 || outStatus != 0) return false;
     return S_ISREG(out.st_mode) && input.st_dev == out.st_dev && input.st_ino == out.st_ino;
 }
 
@@ -141,7 +154,8 @@ Status convertAll(const Options& options, const char* outputName)
     Status status = CONVERTED;
     for (const std::string& name : options.files) {
         if (convertFile(name, converter)) continue;
-        status = report(isStandardInput(name) ? "standard input" : name.c_str(), outputName);
+        if (isOutputLost()) return report(nullptr, outputName);
+        status = report(shownInput(name), outputName);
         break;
     }
     if (!finish(stream, output)) return report(nullptr, outputName); // also what was right before
@@ -153,7 +167,7 @@ Status run(const Options& options)
     for (const std::string& name : options.files) {
         if (!isWritten(name, options.output)) continue;
         ZEL_RAISE(FileError, FILE_READ_AND_WRITTEN);
-        return report(name.c_str(), nullptr);
+        return report(shownInput(name), nullptr);
     }
     return convertAll(options, options.output.empty() ? "standard output" : options.output.c_str());
 }
@@ -164,10 +178,19 @@ Status help()
     return std::fflush(stdout) == 0 ? CONVERTED : FAILED;
 }
 
+/// Sees to it that no file takes the place of a standard stream that is closed: to use it fails.
+void holdStandardStreams()
+{
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(fd, F_GETFD) == -1)
+            static_cast<void>(open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    holdStandardStreams();
     const std::CustomErrorStorage errors(tellOfUnhandled);
     Options options;
     if (!parseOptions(argc, argv, options)) {

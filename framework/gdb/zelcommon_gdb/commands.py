@@ -1,9 +1,22 @@
 # SPDX-License-Identifier: Apache-2.0
 """The commands of gdb."""
 
+import contextlib
+
 import gdb
 
 from . import channels, memory, storages
+
+
+@contextlib.contextmanager
+def language_of_library():
+    """Has gdb read names and expressions as C++, whatever the selected frame is written in."""
+    language = gdb.parameter("language")
+    gdb.execute("set language c++", to_string=True)
+    try:
+        yield
+    finally:
+        gdb.execute("set language " + language, to_string=True)
 
 
 class Zel(gdb.Command):
@@ -24,7 +37,8 @@ class Report(gdb.Command):
         if argument:
             raise gdb.GdbError("This command takes no arguments.")
         try:
-            self.report()
+            with language_of_library():
+                self.report()
         except gdb.error:
             print(memory.UNREADABLE)
 

@@ -43,15 +43,15 @@ def numbers(address, count):
 
 def terminated(address, most):
     """Returns the bytes up to a terminator, at most `most`."""
-    text = b""
+    text = bytearray()
     while len(text) < most:
         place = address + len(text)
         chunk = read(place, min(CHUNK - place % CHUNK, most - len(text)))
         end = chunk.find(b"\0")
         if end >= 0:
-            return text + chunk[:end]
+            return bytes(text + chunk[:end])
         text += chunk
-    return text
+    return bytes(text)
 
 
 def address_of(symbol):
@@ -67,7 +67,8 @@ def symbol_at(address):
     """Returns the symbol that an address is in, and how far behind its beginning it is; None if
     there is none."""
     try:
-        line = gdb.execute("info symbol %#x" % address, to_string=True)
+        command = "with print demangle on -- info symbol %#x" % address
+        line = gdb.execute(command, to_string=True)
     except gdb.error:
         return None
     found = re.match(r"(.+?)(?: \+ (\d+))? in section ", line)

@@ -41,9 +41,18 @@ def nested(address):
         address = errors.Storage(address).previous
 
 
+def name_of(thread):
+    """Returns the name of a thread, None for none and for bytes that are no text."""
+    try:
+        return thread.name
+    except UnicodeDecodeError:
+        return None
+
+
 def titled(thread):
-    name = ' "%s"' % thread.name if thread.name else ""
-    return "Thread %d%s (LWP %d)" % (thread.num, name, thread.ptid[1])
+    name = name_of(thread)
+    quoted = ' "%s"' % name if name else ""
+    return "Thread %d%s (LWP %d)" % (thread.num, quoted, thread.ptid[1])
 
 
 def described(address, fallback):
@@ -51,15 +60,17 @@ def described(address, fallback):
 
 
 def report_thread(thread, known, slot_key, fallback):
-    """Prints what a thread's storages hold."""
-    title = titled(thread)
+    """Prints what a thread's storages hold, up to the first that cannot be read."""
+    intro = titled(thread) + ": "
     try:
-        storages = list(nested(of_thread(thread, known, slot_key)))
-        print("%s: %s" % (title, described(storages[0], fallback) if storages else "no storage"))
-        for address in storages[1:]:
-            print("  around it: " + described(address, fallback))
+        newest = of_thread(thread, known, slot_key)
+        if newest == 0:
+            print(intro + "no storage")
+        for address in nested(newest):
+            print(intro + described(address, fallback))
+            intro = "  around it: "
     except (gdb.error, threads.Unknown):
-        print("%s: %s" % (title, memory.UNREADABLE))
+        print(intro + memory.UNREADABLE)
 
 
 def known_threads():

@@ -7,12 +7,12 @@ import gdb
 REPLACEMENT = 0xFFFD
 ESCAPES = {0x09: "\\t", 0x0A: "\\n", 0x0D: "\\r", 0x22: '\\"', 0x5C: "\\\\"}
 LONGEST_CHARACTER = 6  # bytes
-LONGEST_TEXT = 1 << 20  # characters, where gdb's own limit is off
+LONGEST_TEXT = 1 << 20  # characters, where gdb's own limit is off or beyond it
 
 
 def limit():
     """Returns how many characters gdb is to show at most."""
-    return gdb.parameter("print elements") or LONGEST_TEXT
+    return min(gdb.parameter("print elements") or LONGEST_TEXT, LONGEST_TEXT)
 
 
 def without_surrogate(code):

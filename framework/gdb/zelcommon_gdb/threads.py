@@ -79,7 +79,10 @@ def descriptor_in_register(thread):
 def stored(descriptor, key):
     """Returns the value that a thread has stored under a key, 0 for none."""
     per_block, _ = described("pthread_key_data_level2_data")
-    entry_size = memory.number(memory.address_of("_thread_db_sizeof_pthread_key_data"), 4)
+    size_place = memory.address_of("_thread_db_sizeof_pthread_key_data")
+    if size_place is None or per_block == 0:
+        raise Unknown()
+    entry_size = memory.number(size_place, 4)
     blocks = descriptor + described("pthread_specific")[1]
     block = memory.pointer(blocks + key // per_block * memory.pointer_size())
     if block == 0:
