@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "support/ChildProcess.h"
+#include "support/RegisteredChannels.h"
 
 // The thread sanitizer keeps the operators to itself.
 #if defined(__has_feature)
@@ -47,6 +48,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 namespace {
 
 using support::ChildResult;
+using support::registeredPaths;
 using support::runInChild;
 using tracing::Channel;
 using tracing::ChannelList;
@@ -77,15 +79,6 @@ SharedChannelMap& shared()
     return *SharedChannelMap::getInstance();
 }
 
-/// The paths of the channels that are registered, in order, each in brackets.
-std::string listed()
-{
-    std::string paths;
-    for (const Channel* channel : ChannelList::getInstance()->getChannels())
-        paths += "[" + channel->m_path + "]";
-    return paths;
-}
-
 /// Notes what it is told.
 class Listener : public tracing::IChannelListListener
 {
@@ -108,7 +101,7 @@ TEST(SharedChannelMap, FreshChannel_HasItsPathAndIsListed)
     EXPECT_EQ(7, channel->m_initialLevel);
     EXPECT_EQ(6, channel->m_filterLevel);
     EXPECT_EQ(2U, channel->m_flags);
-    EXPECT_EQ("[net_tcp]", listed());
+    EXPECT_EQ("[net_tcp]", registeredPaths());
     shared().unmapChannel("net_tcp");
 }
 
@@ -129,7 +122,7 @@ TEST(SharedChannelMap, SecondUse_SharesTheChannel)
     channel->setFilterLevel(2);
     EXPECT_EQ(channel, shared().mapChannel("net"));
     EXPECT_EQ(2, channel->m_filterLevel);
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
     shared().unmapChannel("net");
 }
@@ -140,11 +133,11 @@ TEST(SharedChannelMap, LastUnmapDestroys)
     shared().mapChannel("net");
     shared().mapChannel("net");
     shared().unmapChannel("net");
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelMap, NameIsUnknownAfterTheLastUnmap)
@@ -154,9 +147,9 @@ TEST(SharedChannelMap, NameIsUnknownAfterTheLastUnmap)
     shared().unmapChannel("net");
     Channel* const again = shared().mapChannel("net");
     EXPECT_EQ(6, again->m_filterLevel);
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelMap, UnmapOfAnUnknownName_ChangesNothing)
@@ -166,7 +159,7 @@ TEST(SharedChannelMap, UnmapOfAnUnknownName_ChangesNothing)
     shared().unmapChannel("ne");
     shared().unmapChannel("Net");
     shared().unmapChannel("");
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     EXPECT_EQ(channel, shared().mapChannel("net"));
     shared().unmapChannel("net");
     shared().unmapChannel("net");
@@ -177,11 +170,11 @@ TEST(SharedChannelMap, EmptyName_IsANameLikeAnyOther)
     Channel* const channel = shared().mapChannel("");
     ASSERT_NE(nullptr, channel);
     EXPECT_EQ(channel, shared().mapChannel(std::string()));
-    EXPECT_EQ("[]", listed());
+    EXPECT_EQ("[]", registeredPaths());
     shared().unmapChannel("");
-    EXPECT_EQ("[]", listed());
+    EXPECT_EQ("[]", registeredPaths());
     shared().unmapChannel("");
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelMap, NamesThatBeginAlike_AreDifferent)
@@ -189,12 +182,12 @@ TEST(SharedChannelMap, NamesThatBeginAlike_AreDifferent)
     shared().mapChannel("net_tcp");
     shared().mapChannel("net");
     shared().mapChannel("net_");
-    EXPECT_EQ("[net_tcp][net][net_]", listed());
+    EXPECT_EQ("[net_tcp][net][net_]", registeredPaths());
     shared().unmapChannel("net");
-    EXPECT_EQ("[net_tcp][net_]", listed());
+    EXPECT_EQ("[net_tcp][net_]", registeredPaths());
     shared().unmapChannel("net_tcp");
     shared().unmapChannel("net_");
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelMap, NameWithATerminator_CountsWhole)
@@ -203,7 +196,7 @@ TEST(SharedChannelMap, NameWithATerminator_CountsWhole)
     shared().mapChannel("net");
     EXPECT_EQ(longer, shared().mapChannel(longer)->m_path);
     shared().unmapChannel(longer);
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
 }
 
@@ -213,9 +206,9 @@ TEST(SharedChannelMap, UnmapByTheChannelsOwnPath)
     Channel* const channel = shared().mapChannel(name);
     shared().mapChannel(name);
     shared().unmapChannel(channel->m_path);
-    EXPECT_EQ("[a path that is longer than any short string]", listed());
+    EXPECT_EQ("[a path that is longer than any short string]", registeredPaths());
     shared().unmapChannel(channel->m_path);
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelMap, Listener_HearsOfTheFirstAndTheLastUse)
@@ -228,7 +221,7 @@ TEST(SharedChannelMap, Listener_HearsOfTheFirstAndTheLastUse)
     EXPECT_EQ("+net ", listener.calls);
     shared().unmapChannel("net");
     EXPECT_EQ("+net -net ", listener.calls);
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelMap, OwnMap_SharesNothingWithTheProcesss)
@@ -237,9 +230,9 @@ TEST(SharedChannelMap, OwnMap_SharesNothingWithTheProcesss)
     SharedChannelMap own;
     Channel* const other = own.mapChannel("net");
     EXPECT_NE(channel, other);
-    EXPECT_EQ("[net][net]", listed());
+    EXPECT_EQ("[net][net]", registeredPaths());
     own.unmapChannel("net");
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     EXPECT_EQ(channel, ChannelList::getInstance()->getChannels().front());
     shared().unmapChannel("net");
 }
@@ -253,7 +246,7 @@ TEST(SharedChannelMap, DestroyedMap_LeavesItsChannelsAlive)
     Listener listener;
     own.reset();
     EXPECT_EQ("", listener.calls);
-    EXPECT_EQ("[first][second]", listed());
+    EXPECT_EQ("[first][second]", registeredPaths());
     EXPECT_EQ("first", first->m_path);
     ChannelList::getInstance()->getChannels().clear();
 }
@@ -262,7 +255,7 @@ TEST(SharedChannelPtr, GivesTheChannel)
 {
     const SharedChannelPtr handle("net");
     Channel* const channel = ChannelList::getInstance()->getChannels().front();
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     EXPECT_EQ(channel, handle.get());
     EXPECT_EQ(channel, &*handle);
     EXPECT_EQ("net", handle->m_path);
@@ -277,10 +270,10 @@ TEST(SharedChannelPtr, TwoHandlesShare_AndTheLastDestroys)
     second.emplace("net");
     EXPECT_EQ(first->get(), second->get());
     first.reset();
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     EXPECT_EQ("net", (*second)->m_path);
     second.reset();
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelPtr, IsAUseOfTheProcesssMap)
@@ -288,9 +281,9 @@ TEST(SharedChannelPtr, IsAUseOfTheProcesssMap)
     std::optional<SharedChannelPtr> handle("net");
     EXPECT_EQ(handle->get(), shared().mapChannel("net"));
     handle.reset();
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelPtr, KeepsItsName_WhateverBecomesOfTheTextAndThePath)
@@ -301,7 +294,7 @@ TEST(SharedChannelPtr, KeepsItsName_WhateverBecomesOfTheTextAndThePath)
     name = "another name";
     (*handle)->m_path = "a path that the client made";
     handle.reset();
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 #ifndef FIXED_OPERATORS
@@ -326,7 +319,7 @@ TEST(SharedChannelMap, NoMemoryForTheChannel_IsAUseAllTheSame)
         EXPECT_EQ(nullptr, own.mapChannel("net"));
         own.unmapChannel("net");
         EXPECT_EQ(nullptr, own.mapChannel("net"));
-        EXPECT_EQ("", listed());
+        EXPECT_EQ("", registeredPaths());
     });
     EXPECT_EQ(0, result.exitCode);
     EXPECT_EQ("", result.out);
@@ -343,9 +336,9 @@ TEST(SharedChannelMap, NoMemoryForTheChannel_LastUnmapForgetsTheName)
     shared().unmapChannel("net");
     shared().unmapChannel("net");
     EXPECT_NE(nullptr, shared().mapChannel("net"));
-    EXPECT_EQ("[net]", listed());
+    EXPECT_EQ("[net]", registeredPaths());
     shared().unmapChannel("net");
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 TEST(SharedChannelPtr, NoMemoryForTheChannel_IsNullAndABalancedUse)
@@ -360,7 +353,7 @@ TEST(SharedChannelPtr, NoMemoryForTheChannel_IsNullAndABalancedUse)
     EXPECT_FALSE(static_cast<bool>(SharedChannelPtr("net")));
     handle.reset();
     EXPECT_TRUE(static_cast<bool>(SharedChannelPtr("net")));
-    EXPECT_EQ("", listed());
+    EXPECT_EQ("", registeredPaths());
 }
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tracing family while every allocation of the thread fails.
+// Channels and what is logged on them while every allocation of the thread fails.
 
 #include <cstdio>
 #include <optional>
@@ -10,44 +10,26 @@
 #include <common/tracing/ChannelList.h>
 #include <common/tracing/IClient.h>
 #include <common/tracing/SharedChannelMap.h>
-#include <common/tracing/TraceBuffer.h>
 #include <gtest/gtest.h>
 
 #include "support/ChildProcess.h"
 #include "support/FailingMalloc.h"
 #include "support/RecordingClient.h"
+#include "support/RegisteredChannels.h"
 
 namespace {
 
+using support::attemptsOf;
 using support::ChildResult;
-using support::FailingMalloc;
+using support::LastChannel;
 using support::RecordingClient;
+using support::registeredPaths;
 using support::runInChild;
 using tracing::Channel;
 using tracing::ChannelList;
-using tracing::SharedChannelMap;
 using tracing::SharedChannelPtr;
-using tracing::TraceBuffer;
 
 constexpr const char* LONG = "longer than any string that fits into the string object";
-
-/// Runs `body` while every allocation of the thread fails. Returns how many it attempted.
-template <typename Body>
-int callsDuring(Body body)
-{
-    const FailingMalloc exhausted;
-    body();
-    return exhausted.calls();
-}
-
-/// The paths of the channels that are registered, each in brackets.
-std::string listed()
-{
-    std::string paths;
-    for (const Channel* channel : ChannelList::getInstance()->getChannels())
-        paths += "[" + channel->m_path + "]";
-    return paths;
-}
 
 /// Counts what arrives, and allocates nothing.
 struct CountingClient : tracing::IClient
@@ -82,7 +64,7 @@ std::string arrived(Body body)
         CountingClient client;
         Channel channel("net", 0, 0);
         channel.m_client = &client;
-        callsDuring([&] { body(channel); });
+        attemptsOf([&] { body(channel); });
         std::printf("strings=%d raws=%d buffers=%d", client.strings, client.raws, client.buffers);
     });
     EXPECT_EQ(0, result.exitCode);
@@ -91,7 +73,7 @@ std::string arrived(Body body)
 
 /// The list is asked for while there is no memory, before anything else in the process made it.
 const ChildResult s_noList = runInChild([] {
-    callsDuring([] { ChannelList::getInstance(); });
+    attemptsOf([] { ChannelList::getInstance(); });
     EXPECT_EQ(nullptr, ChannelList::getInstance());
     RecordingClient client;
     {
@@ -117,7 +99,7 @@ TEST(TracingExhaustion, Channel_LongNameStaysEmpty)
     const std::string name(LONG);
     std::optional<Channel> path;
     std::optional<Channel> local;
-    callsDuring([&] {
+    attemptsOf([&] {
         path.emplace(name, 3, 0U);
         local.emplace(name, 4, 1U);
     });
@@ -129,27 +111,17 @@ TEST(TracingExhaustion, Channel_LongNameStaysEmpty)
     EXPECT_EQ(1U, local->m_flags);
 }
 
-/// Remembers the last channel that it was told of.
-struct Listener : tracing::IChannelListListener
-{
-    void channelRegistered(Channel* channel) override { registered = channel; }
-    void channelUnregistered(Channel* channel) override { unregistered = channel; }
-
-    Channel* registered = nullptr;
-    Channel* unregistered = nullptr;
-};
-
 TEST(TracingExhaustion, ChannelWithoutName_IsRegisteredWithTheListener)
 {
     const std::string name(LONG);
-    Listener listener;
+    LastChannel listener;
     ChannelList::getInstance()->setListener(&listener);
     std::optional<Channel> channel;
-    callsDuring([&] { channel.emplace(name, 3, 2U); });
+    attemptsOf([&] { channel.emplace(name, 3, 2U); });
     EXPECT_EQ(&*channel, listener.registered);
     EXPECT_EQ(2U, channel->m_flags);
     EXPECT_EQ(nullptr, listener.unregistered);
-    callsDuring([&] { channel.reset(); });
+    attemptsOf([&] { channel.reset(); });
     EXPECT_EQ(listener.registered, listener.unregistered);
     ChannelList::getInstance()->setListener(nullptr);
 }
@@ -159,11 +131,11 @@ TEST(TracingExhaustion, Registration_WithoutMemoryTheChannelIsNotListed)
     const Channel before("before", 0, 2);
     std::optional<Channel> channel;
     const std::string name("net");
-    callsDuring([&] { channel.emplace(name, 3, 2U); });
-    EXPECT_EQ("[before]", listed());
+    attemptsOf([&] { channel.emplace(name, 3, 2U); });
+    EXPECT_EQ("[before]", registeredPaths());
     EXPECT_EQ("net", channel->m_path); // fits into the string object
     channel.reset();
-    EXPECT_EQ("[before]", listed());
+    EXPECT_EQ("[before]", registeredPaths());
 }
 
 /// A channel two levels below a root, with a name that fits and one that does not.
@@ -184,9 +156,9 @@ TEST(TracingExhaustion, FillPathString_LeavesTheTextAsItWas)
 {
     const Tree tree;
     std::string out = "path: ";
-    callsDuring([&] { tree.leaf.fillPathString(out); });
+    attemptsOf([&] { tree.leaf.fillPathString(out); });
     EXPECT_EQ("path: ", out);
-    EXPECT_EQ(0, callsDuring([&] { tree.middle.fillPathString(out); }));
+    EXPECT_EQ(0, attemptsOf([&] { tree.middle.fillPathString(out); }));
     EXPECT_EQ("path: net", out);
 }
 
@@ -194,7 +166,7 @@ TEST(TracingExhaustion, DeterminePathString_LeavesThePathAsItWas)
 {
     Tree tree;
     tree.leaf.m_path = "old";
-    callsDuring([&] { tree.leaf.determinePathString(); });
+    attemptsOf([&] { tree.leaf.determinePathString(); });
     EXPECT_EQ("old", tree.leaf.m_path);
     tree.leaf.determinePathString();
     EXPECT_EQ("net_longer than any string that fits into the string object", tree.leaf.m_path);
@@ -237,168 +209,11 @@ TEST(TracingExhaustion, SuppressedMessage_NeedsNoMemory)
     CountingClient client;
     Channel channel("net", 0, 0);
     channel.m_client = &client;
-    EXPECT_EQ(0, callsDuring([&] { channel.log(5, LONG); }));
+    EXPECT_EQ(0, attemptsOf([&] { channel.log(5, LONG); }));
     channel.m_client = nullptr;
-    EXPECT_EQ(0, callsDuring([&] { channel.logC(5, LONG); }));
-    EXPECT_EQ(0, callsDuring([&] { channel.logCV(5, "%s", LONG); }));
+    EXPECT_EQ(0, attemptsOf([&] { channel.logC(5, LONG); }));
+    EXPECT_EQ(0, attemptsOf([&] { channel.logCV(5, "%s", LONG); }));
     EXPECT_EQ(0, client.strings);
-}
-
-TEST(TracingExhaustion, MapChannel_WithoutItsEntryIsNoUse)
-{
-    SharedChannelMap& map = *SharedChannelMap::getInstance();
-    const std::string name("net");
-    Channel* channel = map.mapChannel("other");
-    callsDuring([&] { channel = map.mapChannel(name); });
-    EXPECT_EQ(nullptr, channel);
-    EXPECT_NE(nullptr, map.mapChannel(name));
-    EXPECT_EQ("[other][net]", listed());
-    map.unmapChannel(name);
-    EXPECT_EQ("[other]", listed());
-    map.unmapChannel("other");
-}
-
-/// Takes the memory away between the making of a channel and that of its entry.
-struct ExhaustingListener : Listener
-{
-    void channelRegistered(Channel* channel) override
-    {
-        registered = channel;
-        exhausted.emplace();
-    }
-
-    std::optional<FailingMalloc> exhausted;
-};
-
-TEST(TracingExhaustion, MapChannel_WithoutItsEntryLeavesNoChannel)
-{
-    SharedChannelMap own;
-    ExhaustingListener listener;
-    ChannelList::getInstance()->setListener(&listener);
-    Channel* const channel = own.mapChannel("net");
-    listener.exhausted.reset();
-    ChannelList::getInstance()->setListener(nullptr);
-    EXPECT_EQ(nullptr, channel);
-    EXPECT_NE(nullptr, listener.registered);
-    EXPECT_EQ(listener.registered, listener.unregistered);
-}
-
-TEST(TracingExhaustion, MapChannel_FurtherUseNeedsNoMemory)
-{
-    SharedChannelMap& map = *SharedChannelMap::getInstance();
-    const std::string name(LONG);
-    Channel* const channel = map.mapChannel(name);
-    Channel* again = nullptr;
-    EXPECT_EQ(0, callsDuring([&] { again = map.mapChannel(name); }));
-    EXPECT_EQ(channel, again);
-    EXPECT_EQ(0, callsDuring([&] { map.unmapChannel(name); }));
-    EXPECT_EQ("[longer than any string that fits into the string object]", listed());
-    EXPECT_EQ(0, callsDuring([&] { map.unmapChannel(name); }));
-    EXPECT_EQ("", listed());
-}
-
-TEST(TracingExhaustion, Handle_WithoutItsNameTakesNoUseOfAnother)
-{
-    const std::string name(LONG);
-    const SharedChannelPtr other(name);
-    const SharedChannelPtr unnamed("");
-    std::optional<SharedChannelPtr> handle;
-    callsDuring([&] { handle.emplace(name); });
-    EXPECT_EQ(nullptr, handle->get());
-    handle.reset();
-    EXPECT_EQ("[longer than any string that fits into the string object][]", listed());
-}
-
-TEST(TracingExhaustion, Handle_WithoutItsEntryTakesNoUseOfALaterOne)
-{
-    const std::string name("net");
-    std::optional<SharedChannelPtr> handle;
-    callsDuring([&] { handle.emplace(name); });
-    EXPECT_EQ(nullptr, handle->get());
-    const SharedChannelPtr later(name);
-    EXPECT_NE(nullptr, later.get());
-    handle.reset();
-    EXPECT_EQ("[net]", listed());
-}
-
-TEST(TracingExhaustion, Handle_SharesUnderAShortNameWithoutMemory)
-{
-    const std::string name("net");
-    const SharedChannelPtr other(name);
-    std::optional<SharedChannelPtr> handle;
-    EXPECT_EQ(0, callsDuring([&] { handle.emplace(name); }));
-    EXPECT_EQ(other.get(), handle->get());
-    handle.reset();
-    EXPECT_EQ("[net]", listed());
-}
-
-/// A line on a channel whose client notes what is sent.
-class TraceBufferExhaustion : public testing::Test
-{
-protected:
-    TraceBufferExhaustion() : channel("net", 0, 0), line(&channel)
-    {
-        channel.m_client = &client;
-        channel.setFilterLevel(2);
-    }
-
-    /// Prints the line. Returns what arrived.
-    std::string printed()
-    {
-        line.print();
-        return client.calls();
-    }
-
-    RecordingClient client;
-    Channel channel;
-    TraceBuffer line;
-};
-
-TEST_F(TraceBufferExhaustion, Append_DropsThePieceAndItsLevel)
-{
-    line.append(3, "kept");
-    callsDuring([&] { line.append(LONG); });
-    callsDuring([&] { line.appendf("%s", LONG); });
-    callsDuring([&] { line.append(4, LONG); });
-    callsDuring([&] { line.appendf(5, "%s", LONG); });
-    EXPECT_EQ(0, callsDuring([&] { line.append("!"); }));
-    EXPECT_EQ("string channel=net level=3 modifiers=0 text=kept!", printed());
-}
-
-TEST_F(TraceBufferExhaustion, Set_DropsThePieceAndItsLevel)
-{
-    channel.setFilterLevel(0);
-    line.append(3, "old");
-    callsDuring([&] { line.set(4, LONG); });
-    line.append("new");
-    EXPECT_EQ("string channel=net level=0 modifiers=0 text=new", printed());
-    line.append(3, "old");
-    callsDuring([&] { line.setf(4, "%s", LONG); });
-    line.append("new");
-    EXPECT_EQ("string channel=net level=0 modifiers=0 text=new", printed());
-}
-
-TEST_F(TraceBufferExhaustion, Print_DropsTheLineAndResets)
-{
-    line.append(3, LONG);
-    callsDuring([&] { line.print(); });
-    EXPECT_EQ("", client.calls());
-    EXPECT_EQ("", printed());
-    line.append(3, "new");
-    EXPECT_EQ("string channel=net level=3 modifiers=0 text=new", printed());
-}
-
-TEST(TracingExhaustion, TraceBufferWithoutChannel_IsReported)
-{
-    const ChildResult result =
-        runInChild([] { EXPECT_EQ(0, callsDuring([] { const TraceBuffer line(nullptr); })); });
-    EXPECT_EQ(0, result.exitCode) << result.out;
-    EXPECT_EQ(support::reportTitle("Assert failed", result) +
-                  "Location: src/common/tracing/TraceBuffer:13, TraceBuffer()\n"
-                  "Condition: \"m_channel\"\n"
-                  "No reason given\n"
-                  "No error context set\n",
-              result.err);
 }
 
 TEST(TracingExhaustion, DummyHelper_AllocatesNothing)
@@ -407,7 +222,7 @@ TEST(TracingExhaustion, DummyHelper_AllocatesNothing)
         tracing::DummyHelper helper;
         const std::string name(LONG);
         bool answer = true;
-        EXPECT_EQ(0, callsDuring([&] { answer = helper.init(name); }));
+        EXPECT_EQ(0, attemptsOf([&] { answer = helper.init(name); }));
         EXPECT_FALSE(answer);
     });
     EXPECT_EQ(0, result.exitCode) << result.out;
